@@ -1,0 +1,55 @@
+// Path utilities.
+
+#include "Utility.h"
+
+#include <cstdlib>
+#include <sstream>
+#include <sys/stat.h>
+
+namespace norvale::tamber::systemdata::ipseccfg::common {
+
+namespace {
+
+bool isKernelModule(const std::string& name)
+{
+    // Without a "." npos + 1 is 0: the whole name.
+    return name.substr(name.rfind('.') + 1) == "ko";
+}
+
+} // namespace
+
+std::vector<std::string>& split(const std::string& text, char separator, std::vector<std::string>& pieces)
+{
+    std::istringstream stream(text);
+    std::string piece;
+    while (std::getline(stream, piece, separator))
+        pieces.push_back(piece);
+    return pieces;
+}
+
+std::vector<std::string> split(const std::string& text, char separator)
+{
+    std::vector<std::string> pieces;
+    split(text, separator, pieces);
+    return pieces;
+}
+
+std::string findExecPath(const std::string& name)
+{
+    const char* const searchPath = std::getenv("PATH");
+    if (searchPath == nullptr)
+        return std::string();
+
+    const bool kernelModule = isKernelModule(name);
+    for (const std::string& directory : split(searchPath, ':')) {
+        std::string path = directory + "/" + name;
+        struct stat status = {};
+        if (stat(path.c_str(), &status) != 0)
+            continue;
+        if (kernelModule ? S_ISREG(status.st_mode) : (status.st_mode & S_IXUSR) != 0)
+            return path;
+    }
+    return std::string();
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::common
