@@ -1,0 +1,44 @@
+#ifndef SYSTEMDATA_PARSER_COSTREAM_H
+#define SYSTEMDATA_PARSER_COSTREAM_H
+
+/// @file
+/// The stream that a structured message is written to.
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+
+namespace norvale::tamber::systemdata::parser {
+
+/// Wraps the output stream that CArrayParser::serialize writes to, and gathers the text into packets of a
+/// fixed size so that a message of any length is never held as one text.
+///
+/// Holds a reference to the stream, which must outlive it. What was not sent by a successful serialize is
+/// dropped when the wrapper is destroyed. Not synchronised.
+class COStream {
+public:
+    /// The size of a packet in bytes.
+    static constexpr std::size_t PACKET_SIZE = 8192;
+
+    explicit COStream(std::ostream& out);
+    COStream(const COStream&) = delete;
+    COStream& operator=(const COStream&) = delete;
+
+private:
+    friend class XmlRpcWriter;
+
+    /// Appends to the packet, sending each one that is full. False once the stream takes no more.
+    bool write_(const char* text, std::size_t size);
+    /// Sends what is left and flushes the stream. False if the stream did not take all of it.
+    bool flush_();
+    bool send_();
+    /// Forgets what was not sent.
+    void drop_();
+
+    std::ostream& out_;
+    std::string packet_;
+};
+
+} // namespace norvale::tamber::systemdata::parser
+
+#endif
