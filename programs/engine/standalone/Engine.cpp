@@ -1,0 +1,124 @@
+// The engine's reactions.
+
+#include "Engine.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace norvale::tamber::systemdata::ipseccfg::standalone {
+
+namespace {
+
+constexpr mode_t PRIVATE = S_IRUSR | S_IWUSR;
+constexpr int RELOAD_SIGNALS[] = {SIGHUP, SIGUSR1, SIGUSR2};
+constexpr int STOP_SIGNALS[] = {SIGTERM, SIGINT, SIGQUIT};
+
+sigset_t obeyedSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : RELOAD_SIGNALS)
+        sigaddset(&signals, signal);
+    for (const int signal : STOP_SIGNALS)
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+bool stops(int signal)
+{
+    for (const int stop : STOP_SIGNALS)
+        if (signal == stop)
+            return true;
+    return false;
+}
+
+// The log has the reason in any case; without a file for it nothing more is lost.
+void leaveReason(const std::string& file, const std::string& reason)
+{
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, PRIVATE);
+    if (fd < 0)
+        return;
+    const std::string line = reason + "\n";
+    if (write(fd, line.data(), line.size()) < 0)
+        syslog(LOG_WARNING, "%s: %s", file.c_str(),
+               std::strerror(errno)); // NOLINT(concurrency-mt-unsafe): one thread
+    close(fd);
+}
+
+} // namespace
+
+Engine::Engine(const Files& files)
+    : files_(files)
+{}
+
+void Engine::load()
+{
+    settings_ = readSettings(files_.settings);
+    if (!files_.reason.empty())
+        unlink(files_.reason.c_str());
+    syslog(LOG_INFO, "settings accepted: %s", summaryOf(settings_).c_str());
+}
+
+void Engine::explain(const std::string& failure, const std::string& reason) const
+{
+    syslog(LOG_ERR, "%s: %s", failure.c_str(), reason.c_str());
+    if (!files_.reason.empty())
+        leaveReason(files_.reason, reason);
+}
+
+void Engine::announce()
+{
+    const int fd = open(files_.ready.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, PRIVATE);
+    if (fd < 0) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread
+        syslog(LOG_WARNING, "%s: %s", files_.ready.c_str(), std::strerror(errno));
+        return;
+    }
+    close(fd);
+}
+
+void Engine::run()
+{
+    const sigset_t obeyed = obeyedSignals();
+    for (;;) {
+        const int signal = sigwaitinfo(&obeyed, nullptr);
+        if (signal < 0)
+            continue; // interrupted
+        if (stops(signal))
+            break;
+        reload_();
+    }
+    syslog(LOG_INFO, "ended");
+}
+
+void Engine::reload_()
+{
+    try {
+        load();
+    } catch (const std::exception& refusal) {
+        explain("settings refused, the old ones stay", refusal.what());
+        return;
+    }
+    announce();
+}
+
+void blockSignals()
+{
+    const sigset_t obeyed = obeyedSignals();
+    struct sigaction byDefault = {};
+    byDefault.sa_handler = SIG_DFL;
+    // An ignored signal would not even wait.
+    for (const int signal : RELOAD_SIGNALS)
+        sigaction(signal, &byDefault, nullptr);
+    for (const int signal : STOP_SIGNALS)
+        sigaction(signal, &byDefault, nullptr);
+    sigprocmask(SIG_SETMASK, &obeyed, nullptr);
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::standalone

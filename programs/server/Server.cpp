@@ -1,0 +1,230 @@
+// The steps of a start, a restart and a shutdown.
+
+#include "Server.h"
+
+#include "KernelModules.h"
+#include "ModuleService.h"
+#include "ReadyFile.h"
+#include "SettingManagers.h"
+#include "SignalBlock.h"
+
+#include <csignal>
+#include <exception>
+#include <list>
+#include <stdexcept>
+
+namespace norvale::tamber::systemdata::ipseccfg::configserver {
+
+namespace {
+
+// The engine as the library drives it.
+struct Host {
+    Host(EngineSettingManager& manager, const Configuration& configuration)
+    {
+        manager.getCommand(false, command, option);
+        manager.getModuleCommand(true, modules, installOptions);
+        manager.getModuleCommand(false, modules, removeOptions);
+        manager.getPidFilePath(false, pidFile);
+        service = std::make_unique<server::ModuleService>(
+            command, modules, configuration.intervalMicroseconds, configuration.retry);
+    }
+
+    std::string command;
+    std::string option;
+    std::string pidFile;
+    std::list<std::string> modules;
+    std::list<std::string> installOptions;
+    std::list<std::string> removeOptions;
+    std::unique_ptr<server::ModuleService> service;
+};
+
+} // namespace
+
+Server::Server(const Configuration& configuration, const Limits& limits)
+    : configuration_(configuration)
+    , limits_(limits)
+    , folder_(configuration.settingDirectory)
+    , lock_(folder_, limits.lock)
+    , manager_(createSettingManager(configuration, folder_))
+    , engine_(configuration.pidFile, configuration.serviceCommand)
+{}
+
+std::string Server::carryOut(const Request& request)
+{
+    const bool running = engine_.find().has_value();
+    if (request.scenario == common::ScenarioCommand::Start) {
+        if (running)
+            throw std::runtime_error("the engine is already running");
+        return start_(request);
+    }
+    if (!running)
+        throw std::runtime_error("the engine is not running");
+    return request.scenario == common::ScenarioCommand::Restart ? restart_(request) : shutdown_(request);
+}
+
+std::string Server::start_(const Request& request)
+{
+    manager_->setSettingFilePath(request.settingFilePath);
+    clearTheWay_();
+    const auto previous = folder_.inUse();
+    const KernelModules modules(configuration_.modules);
+    Undo undo;
+    writeSettings_(request, undo);
+    undo.add([&modules] { modules.removeAdded(); });
+    undo.add([this] { stopStartedEngine_(); });
+    launch_();
+    undo.release();
+    acceptSettings_(previous);
+    return "the engine was started";
+}
+
+std::string Server::restart_(const Request& request)
+{
+    manager_->setSettingFilePath(request.settingFilePath);
+    clearTheWay_();
+    const auto previous = folder_.inUse();
+    Undo undo;
+    writeSettings_(request, undo);
+    try {
+        reconfigure_();
+    } catch (...) {
+        undo.run();
+        takeOldSettings_();
+        throw;
+    }
+    undo.release();
+    acceptSettings_(previous);
+    return "the engine took over the new settings";
+}
+
+std::string Server::shutdown_(const Request& request)
+{
+    chooseFileToDelete_(request.settingFilePath);
+    const Host host(*manager_, configuration_);
+    std::exception_ptr failure;
+    try {
+        host.service->shutdown(host.pidFile, host.removeOptions, configuration_.stopSignal);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!engine_.waitUntilGone(limits_.stop)) {
+        if (failure)
+            std::rethrow_exception(failure);
+        throw std::runtime_error("the engine does not end");
+    }
+    if (failure) {
+        // Without its engine a setting file is nothing but a secret lying about, whatever became of the
+        // modules.
+        attempt([this] { deleteSettings_(); });
+        std::rethrow_exception(failure);
+    }
+    deleteSettings_();
+    return "the engine was shut down";
+}
+
+// Removes what an earlier run may have left and somebody could take for something of this one.
+void Server::clearTheWay_()
+{
+    removeReadyFile();
+    folder_.clearReason();
+}
+
+void Server::writeSettings_(const Request& request, Undo& undo)
+{
+    const SignalBlock block;
+    const auto previous = folder_.inUse();
+    manager_->setFipsMode(request.fipsMode);
+    manager_->writeSettingFile(request.policy, request.defaultRules, request.certificates);
+    undo.add([this] { manager_->putSettingFileBack(); });
+    folder_.setInUse(request.settingFilePath);
+    undo.add([this, previous] {
+        if (previous)
+            folder_.setInUse(*previous);
+        else
+            folder_.clearInUse();
+    });
+}
+
+void Server::acceptSettings_(const std::optional<std::string>& previous)
+{
+    manager_->keepSettingFile();
+    if (previous && *previous != manager_->getSettingFilePath())
+        attempt([this, &previous] { folder_.locate(*previous).remove(); });
+}
+
+void Server::launch_()
+{
+    withEnginesWords_([this] {
+        const Host host(*manager_, configuration_);
+        host.service->launch(host.option, host.installOptions);
+        if (!engine_.waitUntilThere(limits_.pidFile))
+            throw std::runtime_error("the engine ended after its start");
+    });
+}
+
+void Server::reconfigure_()
+{
+    withEnginesWords_([this] {
+        const Host host(*manager_, configuration_);
+        host.service->reconfig(host.pidFile, configuration_.reconfigureSignal);
+        if (!engine_.find())
+            throw std::runtime_error("the engine ended instead of taking over the new settings");
+    });
+}
+
+void Server::takeOldSettings_()
+{
+    const auto pid = engine_.find();
+    if (pid && kill(*pid, configuration_.reconfigureSignal) == 0)
+        consumeReadyFile(limits_.putBack);
+}
+
+// An engine that came up, but not as far as it should.
+void Server::stopStartedEngine_()
+{
+    for (const int signal : {configuration_.stopSignal, SIGKILL}) {
+        const auto pid = engine_.find();
+        if (!pid)
+            break;
+        kill(*pid, signal);
+        engine_.waitUntilGone(limits_.stop);
+    }
+    removeReadyFile();
+}
+
+void Server::chooseFileToDelete_(const std::string& requested)
+{
+    const auto used = folder_.inUse();
+    if (!requested.empty()) {
+        manager_->setSettingFilePath(requested);
+        if (used && requested != *used)
+            throw std::runtime_error("setting-file-path: " + requested +
+                                     ": is not the setting file in use, which is " + *used);
+        return;
+    }
+    // Whatever became of the file in use, the engine is stopped.
+    if (used)
+        attempt([this, &used] { manager_->setSettingFilePath(*used); });
+}
+
+void Server::deleteSettings_()
+{
+    folder_.clearReason();
+    folder_.clearInUse();
+    manager_->deleteSettingFile();
+}
+
+// Adds what the engine says about a failed step to what the library says.
+template <class Step>
+void Server::withEnginesWords_(Step step)
+{
+    try {
+        step();
+    } catch (const std::exception& failure) {
+        const std::string words = folder_.reason();
+        folder_.clearReason();
+        throw std::runtime_error(words.empty() ? failure.what() : failure.what() + (": " + words));
+    }
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::configserver

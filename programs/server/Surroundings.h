@@ -1,0 +1,27 @@
+#ifndef IPSECCFG_SERVER_SURROUNDINGS_H
+#define IPSECCFG_SERVER_SURROUNDINGS_H
+
+/// @file
+/// What a process gets from whoever starts it, and what the server lets stand of it.
+
+#include <string>
+
+namespace norvale::tamber::systemdata::ipseccfg::configserver {
+
+/// The configuration file: what the environment variable "IPSECCFG_SERVER_CONFIG" names, else
+/// "/etc/ipseccfg/server.toml". The variable does not count when the server has more rights than its caller.
+std::string configurationFile();
+
+/// Makes the process independent of its caller, who may be anybody.
+///
+/// - The environment is PATH=/usr/sbin:/usr/bin:/sbin:/bin and nothing else: the commands that the server
+///   runs obey it.
+/// - Every signal has its default effect, and none is blocked: a caller may have the end of children ignored.
+///   Only SIGPIPE and SIGXFSZ (a client that is gone, a limit on file sizes) are caught, so that the write
+///   that caused them fails instead.
+/// - New files are for the server's user alone.
+void leaveCallersSurroundings();
+
+} // namespace norvale::tamber::systemdata::ipseccfg::configserver
+
+#endif
