@@ -1,0 +1,78 @@
+// The commands of ipseccfgctl.
+
+#include "Control.h"
+
+#include "Masking.h"
+#include "PolicyFile.h"
+#include "PolicyView.h"
+#include "RequestText.h"
+#include "Sending.h"
+#include "XmlRpcSendPolicy.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+namespace {
+
+using common::XmlRpcSendPolicy;
+
+Outcome send(const Policy& policy, Command command)
+{
+    return exchange([&](XmlRpcSendPolicy& sender) {
+        sender.setSettingFilePath(policy.settingFile);
+        sender.setFipsMode(policy.fipsMode);
+        return command == Command::Start
+                   ? sender.startProcess(policy.store, policy.defaultRules, policy.certificates)
+                   : sender.restartProcess(policy.store, policy.defaultRules, policy.certificates);
+    });
+}
+
+Outcome shutDown(const Options& options)
+{
+    return exchange([&](XmlRpcSendPolicy& sender) {
+        sender.setSettingFilePath(options.settingFile);
+        sender.setFipsMode(options.fips);
+        return sender.killProcess();
+    });
+}
+
+std::string shown(const Policy& policy, const Options& options)
+{
+    if (options.xml)
+        return options.secrets ? requestText(policy) : maskedRequestText(policy);
+    return viewOf(options.secrets ? policy : masked(policy));
+}
+
+Outcome performWith(const Policy& policy, const Options& options)
+{
+    switch (options.command) {
+    case Command::Check:
+        return {Status::Success, "no problems", {}, {}};
+    case Command::Show:
+        return {Status::Success, shown(policy, options), {}, {}};
+    default:
+        return send(policy, options.command);
+    }
+}
+
+} // namespace
+
+Outcome perform(const Options& options)
+{
+    if (options.server)
+        setenv("IPSECCFGSERVER", options.server->c_str(), 1); // before there is a second thread
+    if (options.command == Command::Shutdown)
+        return shutDown(options);
+    try {
+        const PolicyReading reading = readPolicyFile(options.policyFile);
+        if (!reading.policy)
+            return {Status::Invalid, "the policy has problems", reading.problems, {}};
+        return performWith(*reading.policy, options);
+    } catch (const std::runtime_error& error) {
+        return {Status::Invalid, error.what(), {}, {}};
+    }
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client

@@ -1,0 +1,36 @@
+#ifndef IPSECCFG_CLIENT_OUTCOME_H
+#define IPSECCFG_CLIENT_OUTCOME_H
+
+/// @file
+/// What became of a command.
+
+#include "Problem.h"
+
+#include <string>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+enum class Status {
+    Success,
+    Failure, ///< the server said no
+    Invalid, ///< usage or policy error; nothing was sent
+    NoAnswer ///< no server, or no answer that can be understood
+};
+
+/// The status in the JSON output: "success", "failure", "invalid", "no-answer".
+const char* nameOf(Status status);
+
+/// The status as the program's exit code: 0 to 3.
+int exitCodeOf(Status status);
+
+/// What became of a command, free of secrets unless they were asked for.
+struct Outcome {
+    Status status = Status::Success;
+    std::string detail;   ///< the server's detail, what was asked to be shown, or what went wrong
+    Problems problems;    ///< of the policy file
+    std::string response; ///< the server's answer as XML; empty if there was none
+};
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client
+
+#endif

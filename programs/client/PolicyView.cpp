@@ -1,0 +1,151 @@
+// A policy as text for people.
+
+#include "PolicyView.h"
+
+#include "Association.h"
+#include "PolicyNames.h"
+#include "Text.h"
+#include "Wording.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+namespace {
+
+using common::FilterRule;
+using configserver::nameOf;
+
+using Row = std::vector<std::string>;
+
+// The columns that a text takes on a terminal: one a character, of which UTF-8 marks all bytes but the first.
+std::size_t widthOf(const std::string& text)
+{
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+    }));
+}
+
+std::vector<std::size_t> widthsOf(const std::vector<Row>& rows)
+{
+    std::vector<std::size_t> widths(rows.front().size());
+    for (const Row& row : rows)
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], widthOf(row[i]));
+    return widths;
+}
+
+// Rows with their cells one below the other, two blanks apart. The first row is the heading.
+std::string aligned(const std::vector<Row>& rows)
+{
+    const std::vector<std::size_t> widths = widthsOf(rows);
+    std::string text;
+    for (const Row& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i)
+            line += "  " + row[i] + std::string(widths[i] - widthOf(row[i]), ' ');
+        text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+    }
+    return text;
+}
+
+// A cell never stays empty: an empty one looks like a shifted row.
+std::string cell(const std::string& text)
+{
+    return text.empty() ? "-" : text;
+}
+
+std::string authentication(const configserver::TransformAttributes& transform)
+{
+    const std::string name = nameOf(configserver::AUTHENTICATIONS, *transform.authentication);
+    return transform.authenticationData.empty() ? name : name + " (key " + transform.authenticationData + ")";
+}
+
+std::string inWords(const configserver::TransformAttributes& transform)
+{
+    std::vector<std::string> words = {nameOf(configserver::ENCRYPTIONS, *transform.encryption)};
+    if (transform.keyLength)
+        words.back() += " " + std::to_string(*transform.keyLength) + " bits";
+    words.emplace_back(nameOf(configserver::HASHES, *transform.hash));
+    if (transform.authentication)
+        words.push_back(authentication(transform));
+    if (transform.group)
+        words.push_back(std::string("group ") + nameOf(configserver::GROUPS, *transform.group));
+    words.push_back("lifetime " + std::to_string(*transform.lifeDuration) + " " +
+                    nameOf(configserver::LIFE_TYPES, *transform.lifeType));
+    return listed(words);
+}
+
+// One node of a tree drawn with letters that every terminal has.
+std::string branch(bool last)
+{
+    return last ? "`- " : "|- ";
+}
+
+std::string treeOf(const configserver::ProposalTransforms& proposal, bool last)
+{
+    std::string text = "  " + branch(last) + "proposal " + std::to_string(proposal.id) + "\n";
+    for (const configserver::TransformAttributes& transform : proposal.transforms)
+        text += std::string(last ? "     " : "  |  ") + branch(&transform == &proposal.transforms.back()) +
+                "transform " + std::to_string(transform.id) + ": " + inWords(transform) + "\n";
+    return text;
+}
+
+std::string phase(const std::string& name, const common::PayloadPtr& association)
+{
+    const auto proposals = configserver::proposalsOf(association, name);
+    std::string text = name + (proposals.empty() ? ": none\n" : "\n");
+    for (const configserver::ProposalTransforms& proposal : proposals)
+        text += treeOf(proposal, &proposal == &proposals.back());
+    return text;
+}
+
+std::string engine(const Policy& policy)
+{
+    return "Engine\n" + aligned({{"setting file", policy.settingFile},
+                                 {"FIPS mode", policy.fipsMode ? "on" : "off"},
+                                 {"namespace", cell(policy.store.getNsName())}});
+}
+
+Row rowOf(const FilterRule& rule, std::size_t number)
+{
+    return {std::to_string(number),
+            nameOf(configserver::ACTIONS, rule.getFilterType()),
+            rule.getSrcIpAddress(),
+            rule.getDstIpAddress(),
+            nameOf(configserver::IDENTITY_TYPES, rule.getIdentityType()),
+            cell(rule.getSrcIdentity()),
+            cell(rule.getDstIdentity()),
+            std::to_string(rule.getPriority())};
+}
+
+std::string rules(const Policy& policy)
+{
+    std::vector<Row> rows = {{"#", "action", "source", "destination", "identity-type", "source-identity",
+                              "destination-identity", "priority"}};
+    for (const common::FilterSet& set : {policy.store.getFilterRules(), policy.defaultRules})
+        for (const common::FilterRulePtr& rule : set)
+            rows.push_back(rowOf(*rule, rows.size() - 1));
+    return rows.size() == 1 ? "Rules: none\n" : "Rules\n" + aligned(rows);
+}
+
+std::string certificates(const Policy& policy)
+{
+    std::vector<Row> rows = {{"kind", "certificate", "private-key"}};
+    for (const common::CertificatePtr& certificate : policy.certificates)
+        rows.push_back({nameOf(configserver::CERTIFICATE_KINDS, certificate->getKind()),
+                        certificate->getCertFilePath(), cell(certificate->getPkeyFilePath())});
+    return rows.size() == 1 ? "Certificates: none\n" : "Certificates\n" + aligned(rows);
+}
+
+} // namespace
+
+std::string viewOf(const Policy& policy)
+{
+    return engine(policy) + "\n" + phase("Phase 1", policy.store.getPhase1SA()) + "\n" +
+           phase("Phase 2", policy.store.getPhase2SA()) + "\n" + rules(policy) + "\n" + certificates(policy);
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client

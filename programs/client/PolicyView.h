@@ -1,0 +1,19 @@
+#ifndef IPSECCFG_CLIENT_POLICYVIEW_H
+#define IPSECCFG_CLIENT_POLICYVIEW_H
+
+/// @file
+/// A policy as text for people.
+
+#include "PolicyFile.h"
+
+#include <string>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+/// The engine's settings, both phases as trees, the rules and the certificates as tables. Rules stand in the
+/// order in which they are sent: those that protect traffic first. Secrets are shown as they are in `policy`.
+std::string viewOf(const Policy& policy);
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client
+
+#endif

@@ -1,0 +1,113 @@
+// What the user gets to see.
+
+#include "Report.h"
+
+#include "Text.h"
+#include "Wording.h"
+
+#include <nlohmann/json.hpp>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr int JSON_SCHEMA = 1;
+constexpr int JSON_INDENTATION = 2;
+
+ordered_json toJson(const Problems& problems)
+{
+    ordered_json array = ordered_json::array();
+    for (const Problem& problem : problems)
+        array.push_back({{"line", problem.position.line},
+                         {"column", problem.position.column},
+                         {"key", problem.key},
+                         {"message", problem.message}});
+    return array;
+}
+
+void printJson(const std::string& command, const Outcome& outcome, std::ostream& out)
+{
+    const ordered_json object = {{"schema", JSON_SCHEMA},
+                                 {"command", command},
+                                 {"status", nameOf(outcome.status)},
+                                 {"detail", outcome.detail},
+                                 {"problems", toJson(outcome.problems)}};
+    // A file's name may be anything but UTF-8.
+    out << object.dump(JSON_INDENTATION, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+}
+
+void printProblems(const Outcome& outcome, const Options& options, std::ostream& err)
+{
+    const std::string file = configserver::printable(options.policyFile);
+    for (const Problem& problem : outcome.problems)
+        err << file << ":" << problem.position.line << ":" << problem.position.column << ": "
+            << (problem.key.empty() ? "" : problem.key + ": ") << problem.message << "\n";
+    const bool toSend = options.command == Command::Start || options.command == Command::Restart;
+    err << file << ": " << counted(outcome.problems.size(), "problem") << (toSend ? ", nothing was sent" : "")
+        << "\n";
+}
+
+// What a success of a command is called.
+const char* successOf(Command command)
+{
+    switch (command) {
+    case Command::Start:
+        return "started";
+    case Command::Restart:
+        return "restarted";
+    default:
+        return "shut down";
+    }
+}
+
+void printSuccess(const Outcome& outcome, const Options& options, std::ostream& out)
+{
+    if (options.command == Command::Show)
+        out << outcome.detail;
+    else if (options.command == Command::Check)
+        out << configserver::printable(options.policyFile) << ": " << outcome.detail << "\n";
+    else
+        out << successOf(options.command) << (outcome.detail.empty() ? "" : ": ")
+            << configserver::printable(outcome.detail) << "\n";
+}
+
+void printForPeople(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err)
+{
+    if (outcome.status == Status::Success)
+        printSuccess(outcome, options, out);
+    else if (!outcome.problems.empty())
+        printProblems(outcome, options, err);
+    else
+        err << "ipseccfgctl: " << nameOf(options.command) << ": "
+            << (outcome.status == Status::Failure ? "refused by the server: " : "")
+            << configserver::printable(outcome.detail) << "\n";
+}
+
+} // namespace
+
+void report(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err)
+{
+    if (options.verbose)
+        (options.json ? err : out) << outcome.response;
+    if (options.json)
+        printJson(nameOf(options.command), outcome, out);
+    else
+        printForPeople(outcome, options, out, err);
+}
+
+Status report(const CommandLine& line, std::ostream& out, std::ostream& err)
+{
+    if (!line.isError) {
+        out << line.text;
+        return Status::Success;
+    }
+    if (line.json)
+        printJson(line.command, {Status::Invalid, line.text, {}, {}}, out);
+    else
+        err << "ipseccfgctl: " << line.text << "\nTry 'ipseccfgctl --help'.\n";
+    return Status::Invalid;
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client

@@ -1,0 +1,129 @@
+// One request to the server and its answer.
+
+#include "Sending.h"
+
+#include "CArrayParser.h"
+#include "CapturedOutput.h"
+#include "ElapsedTime.h"
+#include "ObjectXMLMapping.h"
+#include "RequestText.h"
+#include "Wording.h"
+#include "XmlRpcSendPolicy.h"
+
+#include <chrono>
+#include <exception>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+namespace {
+
+using common::ResultCommand;
+
+bool hasMember(parser::CParser& structure, const std::string& name)
+{
+    structure.positionToFirstMember();
+    try {
+        while (structure.getNextMember().getName() != name) {
+        }
+        return true;
+    } catch (const std::out_of_range&) {
+        return false; // past the last member
+    }
+}
+
+// To the sender an answer without a result is a success without a detail. Here it is no answer: nobody said
+// that anything was done.
+void requireResult(parser::CArrayParser& response)
+{
+    for (parser::CParser* const structure : response.getElements())
+        if (hasMember(*structure, "status"))
+            return;
+    throw std::runtime_error("the answer has no result");
+}
+
+std::string detailOf(const std::string& text)
+{
+    std::istringstream stream(text);
+    parser::CIStream in(stream);
+    parser::CArrayParser response;
+    if (response.parse(in) != 0)
+        throw std::runtime_error("the answer cannot be read again");
+    requireResult(response);
+    common::ResultDeserializer result;
+    result.setArrayParser(&response);
+    result.execute();
+    return result.getDetail();
+}
+
+// What a status says that is neither success nor failure.
+std::string strangeStatus(int status, const std::string& detail)
+{
+    return "the server answered with the unknown status " + std::to_string(status) +
+           (detail.empty() ? "" : ": " + detail);
+}
+
+void judge(int status, Outcome& outcome)
+{
+    outcome.detail = detailOf(outcome.response);
+    if (status == ResultCommand::Success)
+        return;
+    outcome.status = Status::Failure;
+    if (status != ResultCommand::Failure)
+        outcome.detail = strangeStatus(status, outcome.detail);
+}
+
+// How long it took tells a server that hangs from one that dies.
+std::string noAnswer(const std::exception& error, std::chrono::steady_clock::duration elapsed)
+{
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    return "no answer from " + quoted(serverPath()) + " after " + std::to_string(seconds) +
+           " s: " + error.what() + " (the system's log may say why)";
+}
+
+bool isFault(const std::exception& error)
+{
+    return std::string(error.what()).rfind("Error rsp: ", 0) == 0;
+}
+
+void send(const std::function<int(common::XmlRpcSendPolicy&)>& request, Outcome& outcome)
+{
+    const CapturedOutput output(std::cout);
+    const ElapsedTime elapsed(STDERR_FILENO);
+    common::XmlRpcSendPolicy sender;
+    try {
+        const int status = request(sender);
+        outcome.response = output.text();
+        judge(status, outcome);
+    } catch (...) {
+        outcome.response = output.text();
+        throw;
+    }
+}
+
+} // namespace
+
+Outcome exchange(const std::function<int(common::XmlRpcSendPolicy&)>& request)
+{
+    Outcome outcome;
+    const auto begin = std::chrono::steady_clock::now();
+    try {
+        send(request, outcome);
+    } catch (const std::system_error& error) {
+        outcome.status = Status::NoAnswer;
+        outcome.detail = std::string("no server: ") + error.what() +
+                         "; name the server's executable with --server or IPSECCFGSERVER";
+    } catch (const std::exception& error) {
+        outcome.status = isFault(error) ? Status::Failure : Status::NoAnswer;
+        outcome.detail =
+            isFault(error) ? error.what() : noAnswer(error, std::chrono::steady_clock::now() - begin);
+    }
+    return outcome;
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client

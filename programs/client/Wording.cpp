@@ -1,0 +1,90 @@
+// Pieces of messages.
+
+#include "Wording.h"
+
+#include "Text.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace norvale::tamber::systemdata::ipseccfg::client {
+
+namespace {
+
+// Longer words are no slips, and comparing them would take time.
+constexpr std::size_t LONGEST_SLIP = 64;
+
+std::string folded(std::string word)
+{
+    for (char& character : word) {
+        if (character >= 'A' && character <= 'Z')
+            character = static_cast<char>(character - 'A' + 'a');
+        else if (character == '_')
+            character = '-';
+    }
+    return word;
+}
+
+// The number of letters to insert, to leave out or to change (Levenshtein's distance), row by row.
+std::size_t distanceBetween(const std::string& one, const std::string& other)
+{
+    std::vector<std::size_t> row(other.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < one.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (std::size_t j = 0; j < other.size(); ++j) {
+            const std::size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+// Whether somebody who writes `word` may have meant `candidate`: the beginning of it, or few letters off.
+bool isLike(const std::string& word, const std::string& candidate, std::size_t distance)
+{
+    constexpr std::size_t SHORTEST_BEGINNING = 3;
+    return distance <= candidate.size() / 3 ||
+           (word.size() >= SHORTEST_BEGINNING && candidate.compare(0, word.size(), word) == 0);
+}
+
+} // namespace
+
+std::string quoted(const std::string& text)
+{
+    return "'" + configserver::printable(text) + "'";
+}
+
+std::string listed(const std::vector<std::string>& words)
+{
+    std::string list;
+    for (const std::string& word : words)
+        list += (list.empty() ? "" : ", ") + word;
+    return list;
+}
+
+std::string suggestion(const std::string& word, const std::vector<std::string>& known)
+{
+    if (word.size() > LONGEST_SLIP)
+        return std::string();
+    const std::string* nearest = nullptr;
+    std::size_t least = 0;
+    for (const std::string& candidate : known) {
+        const std::size_t distance = distanceBetween(folded(word), folded(candidate));
+        const bool isNearer = nearest == nullptr || distance < least;
+        if (isNearer && isLike(folded(word), folded(candidate), distance)) {
+            nearest = &candidate;
+            least = distance;
+        }
+    }
+    return nearest == nullptr ? std::string() : " (did you mean " + quoted(*nearest) + "?)";
+}
+
+std::string counted(std::size_t count, const std::string& noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::client
