@@ -1,0 +1,37 @@
+# What every target of this project is built with.
+
+# The flags stand on an interface target, not in CMAKE_CXX_FLAGS, so that a project that adds this one keeps its own.
+add_library(ipseccfg_build INTERFACE)
+target_compile_options(ipseccfg_build INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef
+    $<$<BOOL:${IPSECCFG_WARNINGS_AS_ERRORS}>:-Werror>
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-fstack-protector-strong>)
+
+if(IPSECCFG_SANITIZERS)
+    target_compile_options(ipseccfg_build INTERFACE
+        -fsanitize=${IPSECCFG_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(ipseccfg_build INTERFACE -fsanitize=${IPSECCFG_SANITIZERS})
+endif()
+
+# Where an installed file of DIR finds the libraries, relative to itself.
+function(ipseccfg_installed_rpath target dir)
+    file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_PREFIX}/${dir}" "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
+    string(REGEX REPLACE "/$" "" to_libraries "${to_libraries}")
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
+endfunction()
+
+# A shared library of this project: soname NAME.so.1, only the symbols that MAP names, all of them resolved when it is loaded.
+function(ipseccfg_shared_library target name map)
+    set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME ${name}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        LINK_DEPENDS ${map}
+        INSTALL_RPATH "$ORIGIN")
+    target_link_options(${target} PRIVATE -Wl,--version-script=${map} -Wl,-z,relro -Wl,-z,now)
+    if(NOT IPSECCFG_SANITIZERS)
+        target_link_options(${target} PRIVATE -Wl,-z,defs)
+    endif()
+    install(TARGETS ${target} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
