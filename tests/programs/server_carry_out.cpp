@@ -1,0 +1,743 @@
+// What a start, a restart and a shutdown do to the host, and what they take back when a step fails.
+
+#include "server_host.h"
+
+#include "Channel.h"
+#include "Exceptions.h"
+#include "Exchange.h"
+#include "Server.h"
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace norvale::tamber::systemdata::ipseccfg::configserver;
+using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
+
+class ServerCarryOut : public ::testing::Test {
+protected:
+    ServerCarryOut()
+    {
+        configuration.engine = "standalone";
+        configuration.settingDirectory = directory;
+        configuration.serviceCommand = host.engine;
+        configuration.pidFile = host.pidFile;
+        configuration.stopSignal = SIGTERM;
+        configuration.reconfigureSignal = SIGHUP;
+        configuration.retry = 2;
+        limits.lock = 50ms;
+        limits.pidFile = 50ms;
+        limits.stop = 200ms;
+        limits.putBack = 50ms;
+    }
+
+    /// Carries out a request; "success: WORDS" or "failure: WORDS".
+    std::string carryOut(const std::string& request)
+    {
+        std::istringstream stream(request);
+        try {
+            return "success: " + Server(configuration, limits).carryOut(receiveRequest(stream));
+        } catch (const std::exception& failure) {
+            return std::string("failure: ") + failure.what();
+        }
+    }
+
+    std::string start() { return carryOut(tests::startText(settingFile)); }
+    std::string restart() { return carryOut(tests::restartText(settingFile)); }
+    std::string shutDown() { return carryOut(tests::shutdownText()); }
+
+    /// The engine's command line.
+    std::string launch() const
+    {
+        return host.engine + " --setting-file " + directory + "/.current --pid-file " + host.pidFile +
+               " --reason-file " + directory + "/.reason";
+    }
+
+    void addModules()
+    {
+        configuration.modules = {{"/lib/modules/first.ko", "in-1", "out-1"},
+                                 {"/lib/modules/second-one.ko", "in-2", "out-2"}};
+    }
+
+    /// Has the kernel list what is loaded; a module that a test names does not load.
+    void keepListOfModules(const std::string& broken = "none")
+    {
+        host.onCommand = [this, broken, usual = host.onCommand](const std::string& command) {
+            if (command.find("/sbin/insmod") == 0) {
+                if (command.find(broken) != std::string::npos)
+                    return 1;
+                list += command.find("first") != std::string::npos ? "first 16384 0 - Live 0x0\n"
+                                                                   : "second_one 16384 1 first, Live 0x0\n";
+                tests::writeFile(host.modules, list);
+                return 0;
+            }
+            return usual(command);
+        };
+    }
+
+    std::string settings() const { return tests::readFile(settingFile); }
+    Lines files() const { return tests::namesIn(directory); }
+
+    tests::ServerHost host;
+    const std::string directory = host.folder / "settings";
+    const std::string settingFile = directory + "/engine.conf";
+    const std::string otherFile = directory + "/other.conf";
+    Configuration configuration;
+    Limits limits;
+    std::string list;
+};
+
+// Start.
+
+TEST_F(ServerCarryOut, StartLoadsTheModulesInOrderAndThenTheEngine)
+{
+    addModules();
+    configuration.serviceOption = "--fast";
+    EXPECT_EQ("success: the engine was started", start());
+    EXPECT_EQ(
+        (Lines{"/sbin/insmod /lib/modules/first.ko in-1", "/sbin/insmod /lib/modules/second-one.ko in-2",
+               host.engine + " --fast --setting-file " + directory + "/.current --pid-file " + host.pidFile +
+                   " --reason-file " + directory + "/.reason"}),
+        host.asked);
+}
+
+TEST_F(ServerCarryOut, StartHasTheSettingFileInPlaceBeforeAnythingElse)
+{
+    addModules();
+    Lines contents;
+    host.onCommand = [&, usual = host.onCommand](const std::string& command) {
+        contents.push_back(tests::readFile(directory + "/.current"));
+        return usual(command);
+    };
+    start();
+    ASSERT_EQ(3U, contents.size());
+    for (const std::string& content : contents)
+        EXPECT_NE(std::string::npos, content.find("\"source\": \"192.0.2.1\"")) << content;
+    EXPECT_EQ(0600U, tests::modeOf(settingFile));
+}
+
+TEST_F(ServerCarryOut, StartLeavesTheSettingFileAndTheRecordOfIt)
+{
+    start();
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+    EXPECT_FALSE(tests::exists(host.readyFile));
+}
+
+TEST_F(ServerCarryOut, StartIsRefusedWhileTheEngineRuns)
+{
+    host.startEngine();
+    EXPECT_EQ("failure: the engine is already running", start());
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartIgnoresThePidOfAnotherProcess)
+{
+    tests::writeFile(host.pidFile, std::to_string(getpid()) + "\n");
+    EXPECT_EQ("success: the engine was started", start());
+    EXPECT_EQ(Lines{launch()}, host.asked);
+}
+
+TEST_F(ServerCarryOut, StartDoesNotTakeALeftoverReadyFileForTheEngines)
+{
+    host.announce();
+    bool stale = false;
+    host.onCommand = [&](const std::string& /*command*/) {
+        stale = tests::exists(host.readyFile);
+        host.startEngine();
+        return 0;
+    };
+    EXPECT_EQ("failure: wait limit reached", start());
+    EXPECT_FALSE(stale);
+}
+
+TEST_F(ServerCarryOut, StartRefusesAReadyFileOfSomebodyElse)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can give a file away";
+    host.announce();
+    ASSERT_EQ(0, chown(host.readyFile.c_str(), 65534, 65534));
+    EXPECT_EQ("failure: /tmp/quicksec.ready: belongs to user 65534, neither root nor the server's user",
+              start());
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ(Lines{}, files());
+    EXPECT_TRUE(tests::exists(host.readyFile));
+}
+
+TEST_F(ServerCarryOut, StartSaysWhyALeftoverReadyFileCannotBeRemoved)
+{
+    std::filesystem::create_directory(host.readyFile);
+    EXPECT_EQ("failure: /tmp/quicksec.ready: Is a directory", start());
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartThatFailsAtAModuleTakesBackWhatItDid)
+{
+    addModules();
+    keepListOfModules("second");
+    EXPECT_EQ("failure: Can't install module", start());
+    EXPECT_EQ(
+        (Lines{"/sbin/insmod /lib/modules/first.ko in-1", "/sbin/insmod /lib/modules/second-one.ko in-2",
+               "/sbin/insmod /lib/modules/second-one.ko in-2", "/sbin/rmmod -s first out-1"}),
+        host.asked);
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartThatFailsRemovesItsModulesLastOneFirst)
+{
+    addModules();
+    keepListOfModules();
+    host.onCommand = [this, usual = host.onCommand](const std::string& command) {
+        return command.find(host.engine) == 0 ? 1 : usual(command);
+    };
+    EXPECT_EQ("failure: Can't start service", start());
+    EXPECT_EQ(
+        (Lines{"/sbin/insmod /lib/modules/first.ko in-1", "/sbin/insmod /lib/modules/second-one.ko in-2",
+               launch(), launch(), "/sbin/rmmod -s second-one out-2", "/sbin/rmmod -s first out-1"}),
+        host.asked);
+}
+
+TEST_F(ServerCarryOut, StartThatFailsLeavesModulesThatWereThereBefore)
+{
+    addModules();
+    list = "first 16384 0 - Live 0x0\n";
+    tests::writeFile(host.modules, list);
+    keepListOfModules();
+    host.onCommand = [this, usual = host.onCommand](const std::string& command) {
+        return command.find(host.engine) == 0 ? 1 : usual(command);
+    };
+    start();
+    EXPECT_EQ("/sbin/rmmod -s second-one out-2", host.asked.back());
+}
+
+TEST_F(ServerCarryOut, StartThatFailsPutsAnEarlierSettingFileBack)
+{
+    std::filesystem::create_directory(directory);
+    tests::writeFile(settingFile, "earlier");
+    host.onCommand = [](const std::string& /*command*/) { return 1; };
+    EXPECT_EQ("failure: Can't start service", start());
+    EXPECT_EQ("earlier", settings());
+    EXPECT_EQ(Lines{"engine.conf"}, files());
+}
+
+TEST_F(ServerCarryOut, StartThatFailsPutsTheRecordBack)
+{
+    start();
+    host.endEngine();
+    host.onCommand = [](const std::string& /*command*/) { return 1; };
+    carryOut(tests::startText(otherFile));
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+    EXPECT_EQ("engine.conf", std::filesystem::read_symlink(directory + "/.current"));
+}
+
+TEST_F(ServerCarryOut, StartThatFailsTellsTheEnginesWords)
+{
+    host.onCommand = [this](const std::string& /*command*/) {
+        tests::writeFile(directory + "/.reason", "rules[0]: not today\n");
+        return 1;
+    };
+    EXPECT_EQ("failure: Can't start service: rules[0]: not today", start());
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartThatFailsDoesNotTellWordsOfAnEarlierRun)
+{
+    std::filesystem::create_directory(directory);
+    tests::writeFile(directory + "/.reason", "long ago\n");
+    host.onCommand = [](const std::string& /*command*/) { return 1; };
+    EXPECT_EQ("failure: Can't start service", start());
+}
+
+TEST_F(ServerCarryOut, StartStopsAnEngineThatDoesNotGetReady)
+{
+    host.onCommand = [this](const std::string& /*command*/) {
+        host.startEngine();
+        return 0;
+    };
+    EXPECT_EQ("failure: wait limit reached", start());
+    EXPECT_EQ((Lines{launch(), "signal 15"}), host.asked);
+    EXPECT_EQ(-1, host.enginePid);
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartKillsAnEngineThatNeitherGetsReadyNorStops)
+{
+    host.onCommand = [this](const std::string& /*command*/) {
+        host.startEngine();
+        return 0;
+    };
+    host.onSignal = [this](int signal) {
+        if (signal == SIGKILL)
+            host.endEngine();
+        else
+            host.announce(); // too late, and not to be taken for readiness later
+    };
+    EXPECT_EQ("failure: wait limit reached", start());
+    EXPECT_EQ((Lines{launch(), "signal 15", "signal 9"}), host.asked);
+    EXPECT_FALSE(tests::exists(host.readyFile));
+}
+
+TEST_F(ServerCarryOut, StartIsNoSuccessIfTheEngineIsGoneWhenItIsReady)
+{
+    host.onCommand = [this](const std::string& /*command*/) {
+        host.announce();
+        return 0;
+    };
+    EXPECT_EQ("failure: the engine ended after its start", start());
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartWithAnotherPathThanBeforeRemovesTheOldFile)
+{
+    start();
+    host.endEngine();
+    EXPECT_EQ("success: the engine was started", carryOut(tests::startText(otherFile)));
+    EXPECT_EQ((Lines{".current", "other.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, StartRefusesThePidFileAsItsSettingFile)
+{
+    configuration.pidFile = directory + "/engine.pid";
+    EXPECT_EQ("failure: setting-file-path: " + directory + "/engine.pid: is the engine's pid file",
+              carryOut(tests::startText(directory + "/engine.pid")));
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, StartRefusesPathsOutsideTheFolder)
+{
+    for (const std::string path : {"/etc/engine.conf", "engine.conf"}) {
+        EXPECT_EQ("failure: setting-file-path: " + path + ": must lie below " + directory,
+                  carryOut(tests::startText(path)));
+        EXPECT_EQ(Lines{}, host.asked);
+    }
+}
+
+TEST_F(ServerCarryOut, StartGivesAShellNothingOfTheRequest)
+{
+    addModules();
+    const std::string evil = "';$(touch " + directory + "/pwned)`id`|&\"#{}";
+    tests::RequestParts parts;
+    parts.settingFile = directory + "/" + "';$(id)`id`|&\"#{} x";
+    for (const auto& rule : {parts.used.front(), parts.others.front()}) {
+        rule->setSrcIpAddress(evil);
+        rule->setDstIpAddress(evil);
+        rule->setSrcIdentity(evil);
+        rule->setDstIdentity(evil);
+    }
+    parts.certificates.front()->setCertFilePath(evil);
+    parts.certificates.front()->setPkeyFilePath(evil);
+    EXPECT_EQ("success: the engine was started", carryOut(tests::requestText(parts)));
+    EXPECT_EQ((Lines{"/sbin/insmod /lib/modules/first.ko in-1",
+                     "/sbin/insmod /lib/modules/second-one.ko in-2", launch()}),
+              host.asked);
+}
+
+TEST_F(ServerCarryOut, StartQuotesConfiguredPathsForTheShell)
+{
+    configuration.pidFile = host.folder / "a pid file";
+    host.onCommand = [](const std::string& /*command*/) { return 1; };
+    start();
+    ASSERT_FALSE(host.asked.empty());
+    EXPECT_EQ(host.engine + " --setting-file " + directory + "/.current --pid-file '" +
+                  (host.folder / "a pid file") + "' --reason-file " + directory + "/.reason",
+              host.asked.front());
+}
+
+// Restart.
+
+TEST_F(ServerCarryOut, RestartWritesTheFileAndSignalsTheEngine)
+{
+    start();
+    host.asked.clear();
+    host.onSignal = [this](int /*signal*/) {
+        EXPECT_NE(std::string::npos, tests::readFile(directory + "/.current").find("\"fips\": true"));
+        host.announce();
+    };
+    EXPECT_EQ("success: the engine took over the new settings", restart());
+    EXPECT_EQ(Lines{"signal 1"}, host.asked);
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+    EXPECT_FALSE(tests::exists(host.readyFile));
+}
+
+TEST_F(ServerCarryOut, RestartIsRefusedWhileTheEngineDoesNotRun)
+{
+    EXPECT_EQ("failure: the engine is not running", restart());
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, RestartDoesNotSignalThePidOfAnotherProcess)
+{
+    tests::writeFile(host.pidFile, std::to_string(getpid()) + "\n");
+    EXPECT_EQ("failure: the engine is not running", restart());
+    EXPECT_EQ("failure: the engine is not running", shutDown());
+}
+
+TEST_F(ServerCarryOut, RestartWithAnotherPathRemovesTheOldFile)
+{
+    start();
+    EXPECT_EQ("success: the engine took over the new settings", carryOut(tests::restartText(otherFile)));
+    EXPECT_EQ((Lines{".current", "other.conf"}), files());
+    EXPECT_EQ("other.conf", std::filesystem::read_symlink(directory + "/.current"));
+}
+
+TEST_F(ServerCarryOut, RestartThatFailsGivesTheEngineItsOldSettingsAgain)
+{
+    start();
+    const std::string before = settings();
+    host.asked.clear();
+    Lines read;
+    host.onSignal = [&](int /*signal*/) { read.push_back(tests::readFile(directory + "/.current")); };
+    EXPECT_EQ("failure: wait limit reached", restart());
+    ASSERT_EQ((Lines{"signal 1", "signal 1"}), host.asked);
+    EXPECT_NE(before, read.front());
+    EXPECT_EQ(before, read.back());
+    EXPECT_EQ(before, settings());
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, RestartThatFailsUnderAnotherPathLeavesTheOldOne)
+{
+    start();
+    host.onSignal = [](int /*signal*/) {};
+    EXPECT_EQ("failure: wait limit reached", carryOut(tests::restartText(otherFile)));
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+    EXPECT_EQ("engine.conf", std::filesystem::read_symlink(directory + "/.current"));
+}
+
+TEST_F(ServerCarryOut, RestartThatFailsTellsTheEnginesWords)
+{
+    start();
+    host.onSignal = [this](int /*signal*/) {
+        tests::writeFile(directory + "/.reason", "no such algorithm\n");
+    };
+    EXPECT_EQ("failure: wait limit reached: no such algorithm", restart());
+}
+
+TEST_F(ServerCarryOut, RestartThatFailsLeavesNoReadyFileOfTheOldSettings)
+{
+    start();
+    int signals = 0;
+    host.onSignal = [&](int /*signal*/) {
+        if (++signals == 2)
+            host.announce();
+    };
+    EXPECT_EQ("failure: wait limit reached", restart());
+    EXPECT_FALSE(tests::exists(host.readyFile));
+}
+
+TEST_F(ServerCarryOut, RestartIsNoSuccessIfTheEngineEndedInstead)
+{
+    start();
+    host.onSignal = [this](int /*signal*/) {
+        host.endEngine();
+        host.announce();
+    };
+    EXPECT_EQ("failure: the engine ended instead of taking over the new settings", restart());
+}
+
+TEST_F(ServerCarryOut, RestartDoesNotTakeALeftoverReadyFileForTheEngines)
+{
+    start();
+    host.announce();
+    host.onSignal = [](int /*signal*/) {};
+    EXPECT_EQ("failure: wait limit reached", restart());
+}
+
+TEST_F(ServerCarryOut, RestartOfARefusedPathChangesNothing)
+{
+    start();
+    const std::string before = settings();
+    host.asked.clear();
+    EXPECT_EQ("failure: setting-file-path: /etc/x: must lie below " + directory,
+              carryOut(tests::restartText("/etc/x")));
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ(before, settings());
+}
+
+// Shutdown.
+
+TEST_F(ServerCarryOut, ShutdownStopsTheEngineRemovesTheModulesAndDeletesTheFile)
+{
+    addModules();
+    start();
+    host.asked.clear();
+    EXPECT_EQ("success: the engine was shut down", shutDown());
+    EXPECT_EQ((Lines{"signal 15", "/sbin/rmmod -s second-one out-2", "/sbin/rmmod -s first out-1"}),
+              host.asked);
+    EXPECT_EQ(-1, host.enginePid);
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, ShutdownMayNameTheFileInUse)
+{
+    start();
+    EXPECT_EQ("success: the engine was shut down", carryOut(tests::shutdownText(settingFile)));
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, ShutdownIsRefusedForAnotherFile)
+{
+    start();
+    tests::writeFile(otherFile, "something else");
+    host.asked.clear();
+    EXPECT_EQ("failure: setting-file-path: " + otherFile + ": is not the setting file in use, which is " +
+                  settingFile,
+              carryOut(tests::shutdownText(otherFile)));
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ((Lines{".current", "engine.conf", "other.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, ShutdownIsRefusedForAPathOutsideTheFolder)
+{
+    start();
+    EXPECT_EQ("failure: setting-file-path: /etc/passwd: must lie below " + directory,
+              carryOut(tests::shutdownText("/etc/passwd")));
+    EXPECT_NE(-1, host.enginePid);
+}
+
+TEST_F(ServerCarryOut, ShutdownIsRefusedWhileTheEngineDoesNotRun)
+{
+    EXPECT_EQ("failure: the engine is not running", shutDown());
+    EXPECT_EQ(Lines{}, host.asked);
+}
+
+TEST_F(ServerCarryOut, ShutdownStopsTheEngineEvenIfItsFileIsGone)
+{
+    start();
+    std::filesystem::remove(settingFile);
+    EXPECT_EQ("failure: can't delete the file", shutDown());
+    EXPECT_EQ(-1, host.enginePid);
+    EXPECT_EQ(Lines{}, files());
+}
+
+TEST_F(ServerCarryOut, ShutdownStopsTheEngineEvenIfItsFileBecameALink)
+{
+    start();
+    std::filesystem::remove(settingFile);
+    tests::writeFile(host.folder / "victim", "untouched");
+    ASSERT_EQ(0, symlink((host.folder / "victim").c_str(), settingFile.c_str()));
+    EXPECT_EQ("failure: can't delete the file", shutDown());
+    EXPECT_EQ(-1, host.enginePid);
+    EXPECT_EQ("untouched", tests::readFile(host.folder / "victim"));
+}
+
+TEST_F(ServerCarryOut, ShutdownStopsTheEngineEvenWithoutARecord)
+{
+    host.startEngine();
+    EXPECT_EQ("failure: can't delete the file", shutDown());
+    EXPECT_EQ(-1, host.enginePid);
+}
+
+TEST_F(ServerCarryOut, ShutdownSaysThatTheEngineDoesNotEnd)
+{
+    start();
+    host.onSignal = [](int /*signal*/) {};
+    EXPECT_EQ("failure: the engine does not end", shutDown());
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, ShutdownThatCannotRemoveAModuleStillDeletesTheFile)
+{
+    addModules();
+    start();
+    host.onCommand = [](const std::string& command) {
+        return command.find("first") != std::string::npos ? 1 : 0;
+    };
+    EXPECT_EQ("failure: Can't remove module", shutDown());
+    EXPECT_EQ(Lines{}, files());
+}
+
+// Turns.
+
+TEST_F(ServerCarryOut, RequestsAreCarriedOutOneAfterTheOther)
+{
+    const SettingFolder folder(directory);
+    const ServerLock other(folder, 0ms);
+    EXPECT_EQ("failure: another request is being carried out", start());
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ(Lines{}, files());
+}
+
+// The whole exchange.
+
+class ServerExchange : public ServerCarryOut {
+protected:
+    ServerExchange()
+    {
+        writeConfiguration("max-request-bytes = 100000\n");
+        limits.request = 1000ms;
+    }
+
+    void writeConfiguration(const std::string& line)
+    {
+        tests::writeFile(file, "engine = \"standalone\"\nsetting-directory = \"" + directory + "\"\n" + line +
+                                   "[service]\ncommand = \"" + host.engine + "\"\npid-file = \"" +
+                                   host.pidFile +
+                                   "\"\nstop-signal = \"TERM\"\nreconfigure-signal = \"HUP\"\n");
+    }
+
+    /// What a client reads that sends a request and, unless told otherwise, ends it.
+    std::string answerTo(const std::string& request, bool end = true)
+    {
+        std::array<int, 2> ends = {};
+        EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()));
+        std::string text;
+        std::thread client([&] {
+            EXPECT_EQ(static_cast<ssize_t>(request.size()),
+                      send(ends[0], request.data(), request.size(), MSG_NOSIGNAL));
+            if (end)
+                shutdown(ends[0], SHUT_WR);
+            char byte = 0;
+            while (read(ends[0], &byte, 1) == 1)
+                text += byte;
+            close(ends[0]);
+        });
+        {
+            Channel channel{Descriptor(ends[1]), Descriptor(dup(ends[1]))};
+            written = exchange(channel, file, limits);
+        }
+        client.join();
+        return tests::inWords(text);
+    }
+
+    const std::string file = host.folder / "server.toml";
+    bool written = false;
+};
+
+TEST_F(ServerExchange, AnswersAndLogsASuccess)
+{
+    EXPECT_EQ("success: the engine was started", answerTo(tests::startText(settingFile)));
+    EXPECT_TRUE(written);
+    EXPECT_EQ(Lines{"start: success: the engine was started"}, host.logged);
+}
+
+TEST_F(ServerExchange, AnswersAndLogsAFailure)
+{
+    EXPECT_EQ("failure: the engine is not running", answerTo(tests::shutdownText()));
+    EXPECT_EQ("failure: the engine is not running", answerTo(tests::restartText(settingFile)));
+    EXPECT_EQ((Lines{"shutdown: failure: the engine is not running",
+                     "restart: failure: the engine is not running"}),
+              host.logged);
+}
+
+TEST_F(ServerExchange, LogsNoSecret)
+{
+    answerTo(tests::startText(settingFile));
+    answerTo(tests::restartText(settingFile));
+    answerTo(tests::startText("/etc/passwd"));
+    std::string bad = tests::startText(settingFile);
+    tests::replaceAll(bad, "<string>0x", "<string>0x7f");
+    answerTo(bad);
+    ASSERT_EQ(4U, host.logged.size());
+    EXPECT_EQ(
+        "start: failure: phase 1, proposal 0, transform 0: auth-method: control characters are not allowed",
+        host.logged.back());
+    for (const std::string& line : host.logged)
+        EXPECT_EQ(std::string::npos, line.find(tests::SECRET)) << line;
+}
+
+TEST_F(ServerExchange, AnswersGarbage)
+{
+    for (const std::string request :
+         {"", "garbage", "<?xml version=\"1.0\"?><methodCall>", "<methodCall></methodCall>"})
+        EXPECT_EQ("failure: CArrayPaser's parse error", answerTo(request)) << request;
+    EXPECT_EQ("request: failure: CArrayPaser's parse error", host.logged.front());
+}
+
+TEST_F(ServerExchange, AnswersEveryTruncationOfARequest)
+{
+    const std::string request = tests::shutdownText();
+    for (std::size_t size = 0; size + 1 < request.size(); ++size)
+        EXPECT_EQ("failure: CArrayPaser's parse error", answerTo(request.substr(0, size))) << size;
+}
+
+TEST_F(ServerExchange, AnswersARequestThatIsTooLarge)
+{
+    writeConfiguration("max-request-bytes = 1000\n");
+    EXPECT_EQ("failure: the request is larger than 1000 bytes", answerTo(tests::startText(settingFile)));
+    EXPECT_EQ(Lines{}, host.asked);
+}
+
+TEST_F(ServerExchange, AnswersARequestThatNeverEnds)
+{
+    const std::string request = tests::startText(settingFile);
+    EXPECT_EQ("failure: the request did not arrive within 1 seconds",
+              answerTo(request.substr(0, request.size() / 2), false));
+}
+
+TEST_F(ServerExchange, AnswersWithoutWaitingForTheEndOfTheConnection)
+{
+    limits.request = 60s;
+    EXPECT_EQ("failure: the engine is not running", answerTo(tests::shutdownText(), false));
+}
+
+TEST_F(ServerExchange, AnswersWhatIsWrongWithItsConfiguration)
+{
+    writeConfiguration("colour = \"blue\"\n");
+    EXPECT_EQ("failure: " + file +
+                  ":3:1: colour: is not a known key, only: engine, max-request-bytes, modules, service, "
+                  "setting-directory",
+              answerTo(tests::startText(settingFile)));
+    std::filesystem::remove(file);
+    EXPECT_EQ("failure: " + file + ": No such file or directory", answerTo(tests::startText(settingFile)));
+}
+
+TEST_F(ServerExchange, AnswersAValueOfTheWrongKind)
+{
+    std::string request = tests::shutdownText();
+    tests::replaceAll(request, "<int>2</int>", "<string>two</string>");
+    EXPECT_EQ("failure: stoi", answerTo(request));
+}
+
+TEST_F(ServerExchange, AnswersRulesWithTheSameAddresses)
+{
+    tests::RequestParts parts;
+    parts.settingFile = settingFile;
+    parts.used.push_back(parts.used.front());
+    EXPECT_EQ("failure: Detect duplicates of key: src addr: 192.0.2.1 :dst addr: 192.0.2.2",
+              answerTo(tests::requestText(parts)));
+}
+
+TEST_F(ServerExchange, CutsAPathThatIsTooLongToRepeat)
+{
+    const std::string answer = answerTo(tests::startText("/" + std::string(50000, 'x')));
+    EXPECT_EQ(std::string("failure: ").size() + 2000, answer.size());
+    EXPECT_EQ(0U, answer.find("failure: setting-file-path: /xxx"));
+}
+
+TEST_F(ServerExchange, SaysIfTheClientIsGone)
+{
+    ASSERT_NE(SIG_ERR, signal(SIGPIPE, SIG_IGN));
+    std::array<int, 2> ends = {};
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()));
+    close(ends[0]);
+    Channel channel{Descriptor(ends[1]), Descriptor(dup(ends[1]))};
+    EXPECT_FALSE(exchange(channel, file, limits));
+    ASSERT_NE(SIG_ERR, signal(SIGPIPE, SIG_DFL));
+}
+
+TEST_F(ServerExchange, GivesUpOnAClientThatDoesNotRead)
+{
+    limits.answer = 50ms;
+    std::array<int, 2> ends = {};
+    ASSERT_EQ(0, pipe(ends.data()));
+    const std::string fill(4096, 'x');
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    while (write(ends[1], fill.data(), fill.size()) > 0)
+        ;
+    Channel channel{Descriptor(open("/dev/null", O_RDONLY)), Descriptor(ends[1])};
+    EXPECT_FALSE(exchange(channel, file, limits));
+    close(ends[0]);
+}
+
+} // namespace
