@@ -40,7 +40,7 @@ std::string checkedSettingFile(const std::string& path)
 {
     if (!isAbsolutePath(path))
         return "must be an absolute path, not " + quoted(path);
-    return configserver::printable(path) == path ? std::string()
+    return programs::printable(path) == path ? std::string()
                                                  : quoted(path) + " holds characters that cannot be sent";
 }
 
@@ -136,7 +136,7 @@ CommandLine readCommandLine(int argc, const char* const* argv)
     } catch (const CLI::ParseError& error) {
         const bool noCommand = error.get_name() == "RequiredError" && line.command.empty();
         line.isError = true;
-        line.text = noCommand ? commandNeeded(argc, argv) : configserver::printable(error.what());
+        line.text = noCommand ? commandNeeded(argc, argv) : programs::printable(error.what());
     }
     return line;
 }

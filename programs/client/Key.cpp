@@ -9,7 +9,7 @@ namespace norvale::tamber::systemdata::ipseccfg::client {
 std::vector<std::string> Names::all() const
 {
     std::vector<std::string> names;
-    for (const configserver::Enumerator& enumerator : *this)
+    for (const programs::Enumerator& enumerator : *this)
         names.emplace_back(enumerator.name);
     return names;
 }

@@ -18,17 +18,17 @@ class Names {
 public:
     constexpr Names() = default;
     template <std::size_t N>
-    constexpr Names(const configserver::Enumerator (&table)[N]) // NOLINT(google-explicit-constructor)
+    constexpr Names(const programs::Enumerator (&table)[N]) // NOLINT(google-explicit-constructor)
         : first_(table)
         , count_(N)
     {}
 
-    constexpr const configserver::Enumerator* begin() const { return first_; }
-    constexpr const configserver::Enumerator* end() const { return first_ + count_; }
+    constexpr const programs::Enumerator* begin() const { return first_; }
+    constexpr const programs::Enumerator* end() const { return first_ + count_; }
     std::vector<std::string> all() const;
 
 private:
-    const configserver::Enumerator* first_ = nullptr;
+    const programs::Enumerator* first_ = nullptr;
     std::size_t count_ = 0;
 };
 

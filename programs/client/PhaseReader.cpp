@@ -52,7 +52,7 @@ void checkKeyLength(const PolicyTable& transform, int encryption)
     const auto found = std::find_if(keyLengths().begin(), keyLengths().end(),
                                     [&](const KeyLengths& row) { return row.encryption == encryption; });
     const std::string allowed = std::string(", must be one of ") + inWords(found->bits) + " for " +
-                                configserver::nameOf(configserver::ENCRYPTIONS, encryption);
+                                programs::nameOf(programs::ENCRYPTIONS, encryption);
     const auto bits = transform.number("key-length");
     if (bits && std::count(found->bits.begin(), found->bits.end(), *bits) == 0)
         transform.refuse("key-length", std::to_string(*bits) + " is not allowed" + allowed);
@@ -65,7 +65,7 @@ void checkHash(const PolicyTable& transform, int encryption)
 {
     if (transform.number("hash") == HashAlgorithm::AES_GCM && encryption != EncryptionAlgorithm::AES_GCM)
         transform.refuse("hash", std::string("'AES-GCM' goes with encryption 'AES-GCM' only, not with ") +
-                                     quoted(configserver::nameOf(configserver::ENCRYPTIONS, encryption)));
+                                     quoted(programs::nameOf(programs::ENCRYPTIONS, encryption)));
 }
 
 // A key that nothing uses is more likely a mistake than a wish.

@@ -51,7 +51,7 @@ void checkFile(const PolicyTable& table, const std::string& key, const std::stri
         if (S_ISDIR(status.st_mode))
             table.refuse(key, quoted(path) + " is a directory, must be a file");
     } else if (errno != EACCES) {
-        table.refuse(key, quoted(path) + " is not there (" + configserver::systemText(errno) +
+        table.refuse(key, quoted(path) + " is not there (" + programs::systemText(errno) +
                               "), must be a file");
     }
 }
@@ -176,7 +176,7 @@ Problem syntaxProblem(const toml::parse_error& error, const std::string& text)
     const std::string message(error.description());
     const bool secret = lineOf(text, position.line).find("psk") != std::string::npos ||
                         message.find("string") != std::string::npos;
-    return {position, "", configserver::printable(secret ? withoutQuotations(message) : message)};
+    return {position, "", programs::printable(secret ? withoutQuotations(message) : message)};
 }
 
 std::optional<Problem> longLine(const std::string& text)

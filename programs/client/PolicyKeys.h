@@ -43,24 +43,24 @@ constexpr Key PROPOSAL_KEYS[] = {numberKey("id", Presence::Required, 0, LARGEST)
 // Which key lengths there are depends on the encryption.
 constexpr Key TRANSFORM_KEYS[] = {
     numberKey("id", Presence::Required, 0, LARGEST),
-    nameKey("encryption", Presence::Required, configserver::ENCRYPTIONS),
+    nameKey("encryption", Presence::Required, programs::ENCRYPTIONS),
     numberKey("key-length", Presence::Optional, 1, LARGEST),
-    nameKey("hash", Presence::Required, configserver::HASHES),
-    nameKey("authentication", Presence::Optional, configserver::AUTHENTICATIONS),
+    nameKey("hash", Presence::Required, programs::HASHES),
+    nameKey("authentication", Presence::Optional, programs::AUTHENTICATIONS),
     secretKey("psk", Presence::Optional, PRINTABLE_KEY),
     textKey("psk-file", Presence::Optional, ABSOLUTE_PATH),
-    numberNameKey("group", Presence::Optional, configserver::GROUPS),
+    numberNameKey("group", Presence::Optional, programs::GROUPS),
     numberKey("lifetime", Presence::Required, 1, LARGEST)};
 
-constexpr Key RULE_KEYS[] = {nameKey("action", Presence::Required, configserver::ACTIONS),
+constexpr Key RULE_KEYS[] = {nameKey("action", Presence::Required, programs::ACTIONS),
                              textKey("source", Presence::Required, SELECTOR),
                              textKey("destination", Presence::Required, SELECTOR),
-                             nameKey("identity-type", Presence::Optional, configserver::IDENTITY_TYPES),
+                             nameKey("identity-type", Presence::Optional, programs::IDENTITY_TYPES),
                              textKey("source-identity", Presence::Optional, IDENTITY),
                              textKey("destination-identity", Presence::Optional, IDENTITY),
                              numberKey("priority", Presence::Required, 0, 99)};
 
-constexpr Key CERTIFICATE_KEYS[] = {nameKey("kind", Presence::Required, configserver::CERTIFICATE_KINDS),
+constexpr Key CERTIFICATE_KEYS[] = {nameKey("kind", Presence::Required, programs::CERTIFICATE_KINDS),
                                     textKey("certificate", Presence::Required, ABSOLUTE_PATH),
                                     textKey("private-key", Presence::Optional, ABSOLUTE_PATH)};
 

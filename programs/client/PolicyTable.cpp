@@ -19,10 +19,10 @@ Position toPosition(const toml::source_region& region)
 // What is wrong with the characters of a text; null for a good one.
 const char* faultOfText(const std::string& text)
 {
-    const char* const fault = configserver::faultOf(text);
+    const char* const fault = programs::faultOf(text);
     if (fault != nullptr)
         return fault;
-    return configserver::printable(text) == text ? nullptr : "U+FFFE and U+FFFF are not allowed";
+    return programs::printable(text) == text ? nullptr : "U+FFFE and U+FFFF are not allowed";
 }
 
 // A value in words, for messages about its type.
@@ -169,7 +169,7 @@ void PolicyTable::takeText_(const Key& key, const std::string& text)
 
 void PolicyTable::takeName_(const Key& key, const std::string& name, const std::string& shown)
 {
-    for (const configserver::Enumerator& enumerator : key.names) {
+    for (const programs::Enumerator& enumerator : key.names) {
         if (name == enumerator.name) {
             values_[key.name] = enumerator.value;
             return;
@@ -191,7 +191,7 @@ void PolicyTable::refuseUnknown_(const toml::key& key) const
 {
     const std::string name(key.str());
     problems_->push_back(
-        {toPosition(key.source()), pathOf_(configserver::printable(name)),
+        {toPosition(key.source()), pathOf_(programs::printable(name)),
          "is not a known key, only " + listed(keys_.names()) + suggestion(name, keys_.names())});
 }
 

@@ -16,7 +16,7 @@ namespace norvale::tamber::systemdata::ipseccfg::client {
 namespace {
 
 using common::FilterRule;
-using configserver::nameOf;
+using programs::nameOf;
 
 using Row = std::vector<std::string>;
 
@@ -57,24 +57,24 @@ std::string cell(const std::string& text)
     return text.empty() ? "-" : text;
 }
 
-std::string authentication(const configserver::TransformAttributes& transform)
+std::string authentication(const programs::TransformAttributes& transform)
 {
-    const std::string name = nameOf(configserver::AUTHENTICATIONS, *transform.authentication);
+    const std::string name = nameOf(programs::AUTHENTICATIONS, *transform.authentication);
     return transform.authenticationData.empty() ? name : name + " (key " + transform.authenticationData + ")";
 }
 
-std::string inWords(const configserver::TransformAttributes& transform)
+std::string inWords(const programs::TransformAttributes& transform)
 {
-    std::vector<std::string> words = {nameOf(configserver::ENCRYPTIONS, *transform.encryption)};
+    std::vector<std::string> words = {nameOf(programs::ENCRYPTIONS, *transform.encryption)};
     if (transform.keyLength)
         words.back() += " " + std::to_string(*transform.keyLength) + " bits";
-    words.emplace_back(nameOf(configserver::HASHES, *transform.hash));
+    words.emplace_back(nameOf(programs::HASHES, *transform.hash));
     if (transform.authentication)
         words.push_back(authentication(transform));
     if (transform.group)
-        words.push_back(std::string("group ") + nameOf(configserver::GROUPS, *transform.group));
+        words.push_back(std::string("group ") + nameOf(programs::GROUPS, *transform.group));
     words.push_back("lifetime " + std::to_string(*transform.lifeDuration) + " " +
-                    nameOf(configserver::LIFE_TYPES, *transform.lifeType));
+                    nameOf(programs::LIFE_TYPES, *transform.lifeType));
     return listed(words);
 }
 
@@ -84,10 +84,10 @@ std::string branch(bool last)
     return last ? "`- " : "|- ";
 }
 
-std::string treeOf(const configserver::ProposalTransforms& proposal, bool last)
+std::string treeOf(const programs::ProposalTransforms& proposal, bool last)
 {
     std::string text = "  " + branch(last) + "proposal " + std::to_string(proposal.id) + "\n";
-    for (const configserver::TransformAttributes& transform : proposal.transforms)
+    for (const programs::TransformAttributes& transform : proposal.transforms)
         text += std::string(last ? "     " : "  |  ") + branch(&transform == &proposal.transforms.back()) +
                 "transform " + std::to_string(transform.id) + ": " + inWords(transform) + "\n";
     return text;
@@ -95,9 +95,9 @@ std::string treeOf(const configserver::ProposalTransforms& proposal, bool last)
 
 std::string phase(const std::string& name, const common::PayloadPtr& association)
 {
-    const auto proposals = configserver::proposalsOf(association, name);
+    const auto proposals = programs::proposalsOf(association, name);
     std::string text = name + (proposals.empty() ? ": none\n" : "\n");
-    for (const configserver::ProposalTransforms& proposal : proposals)
+    for (const programs::ProposalTransforms& proposal : proposals)
         text += treeOf(proposal, &proposal == &proposals.back());
     return text;
 }
@@ -112,10 +112,10 @@ std::string engine(const Policy& policy)
 Row rowOf(const FilterRule& rule, std::size_t number)
 {
     return {std::to_string(number),
-            nameOf(configserver::ACTIONS, rule.getFilterType()),
+            nameOf(programs::ACTIONS, rule.getFilterType()),
             rule.getSrcIpAddress(),
             rule.getDstIpAddress(),
-            nameOf(configserver::IDENTITY_TYPES, rule.getIdentityType()),
+            nameOf(programs::IDENTITY_TYPES, rule.getIdentityType()),
             cell(rule.getSrcIdentity()),
             cell(rule.getDstIdentity()),
             std::to_string(rule.getPriority())};
@@ -135,7 +135,7 @@ std::string certificates(const Policy& policy)
 {
     std::vector<Row> rows = {{"kind", "certificate", "private-key"}};
     for (const common::CertificatePtr& certificate : policy.certificates)
-        rows.push_back({nameOf(configserver::CERTIFICATE_KINDS, certificate->getKind()),
+        rows.push_back({nameOf(programs::CERTIFICATE_KINDS, certificate->getKind()),
                         certificate->getCertFilePath(), cell(certificate->getPkeyFilePath())});
     return rows.size() == 1 ? "Certificates: none\n" : "Certificates\n" + aligned(rows);
 }

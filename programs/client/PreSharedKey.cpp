@@ -61,7 +61,7 @@ std::string readKeyFile(const std::string& path)
 {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
-        throw std::runtime_error(configserver::systemText(errno));
+        throw std::runtime_error(programs::systemText(errno));
     if (!S_ISREG(status.st_mode))
         throw std::runtime_error("not a regular file");
     if ((status.st_mode & S_IRWXO) != 0)

@@ -40,7 +40,7 @@ void printJson(const std::string& command, const Outcome& outcome, std::ostream&
 
 void printProblems(const Outcome& outcome, const Options& options, std::ostream& err)
 {
-    const std::string file = configserver::printable(options.policyFile);
+    const std::string file = programs::printable(options.policyFile);
     for (const Problem& problem : outcome.problems)
         err << file << ":" << problem.position.line << ":" << problem.position.column << ": "
             << (problem.key.empty() ? "" : problem.key + ": ") << problem.message << "\n";
@@ -67,10 +67,10 @@ void printSuccess(const Outcome& outcome, const Options& options, std::ostream& 
     if (options.command == Command::Show)
         out << outcome.detail;
     else if (options.command == Command::Check)
-        out << configserver::printable(options.policyFile) << ": " << outcome.detail << "\n";
+        out << programs::printable(options.policyFile) << ": " << outcome.detail << "\n";
     else
         out << successOf(options.command) << (outcome.detail.empty() ? "" : ": ")
-            << configserver::printable(outcome.detail) << "\n";
+            << programs::printable(outcome.detail) << "\n";
 }
 
 void printForPeople(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err)
@@ -82,7 +82,7 @@ void printForPeople(const Outcome& outcome, const Options& options, std::ostream
     else
         err << "ipseccfgctl: " << nameOf(options.command) << ": "
             << (outcome.status == Status::Failure ? "refused by the server: " : "")
-            << configserver::printable(outcome.detail) << "\n";
+            << programs::printable(outcome.detail) << "\n";
 }
 
 } // namespace

@@ -59,7 +59,7 @@ void checkSelectors(const PolicyTable& rule)
 void checkIdentity(const PolicyTable& rule, const char* key, const IdentityForm& form)
 {
     const auto identity = rule.text(key);
-    const std::string type = configserver::nameOf(configserver::IDENTITY_TYPES, form.type);
+    const std::string type = programs::nameOf(programs::IDENTITY_TYPES, form.type);
     const std::string allowed = std::string("must be ") + form.what;
     if (identity && !form.fits(*identity))
         rule.refuse(key, allowed + " for identity-type " + quoted(type) + ", not " + quoted(*identity));

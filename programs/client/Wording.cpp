@@ -54,7 +54,7 @@ bool isLike(const std::string& word, const std::string& candidate, std::size_t d
 
 std::string quoted(const std::string& text)
 {
-    return "'" + configserver::printable(text) + "'";
+    return "'" + programs::printable(text) + "'";
 }
 
 std::string listed(const std::vector<std::string>& words)

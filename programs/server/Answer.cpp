@@ -16,9 +16,9 @@ Answer presentable(const Answer& answer)
     constexpr std::size_t LONGEST = 2000;
     const std::string mark = "...";
     if (answer.detail.size() <= LONGEST)
-        return {answer.status, printable(answer.detail)};
+        return {answer.status, programs::printable(answer.detail)};
     // A character that is cut through becomes a '?' for each of its bytes.
-    return {answer.status, printable(answer.detail.substr(0, LONGEST - mark.size())) + mark};
+    return {answer.status, programs::printable(answer.detail.substr(0, LONGEST - mark.size())) + mark};
 }
 
 std::string messageOf(const Answer& answer)

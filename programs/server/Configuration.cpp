@@ -138,7 +138,7 @@ private:
         const auto* const text = node.as_string();
         if (text == nullptr)
             fail(key, "must be a string");
-        const char* const fault = faultOf(text->get());
+        const char* const fault = programs::faultOf(text->get());
         if (fault != nullptr)
             fail(key, fault);
         return text->get();
@@ -156,8 +156,8 @@ private:
                                 const std::string& why) const
     {
         std::ostringstream message;
-        message << file_ << ':' << where.line << ':' << where.column << ": " << prefix_ << printable(key)
-                << ": " << printable(why);
+        message << file_ << ':' << where.line << ':' << where.column << ": " << prefix_ << programs::printable(key)
+                << ": " << programs::printable(why);
         throw std::runtime_error(message.str());
     }
 
@@ -214,7 +214,7 @@ int signalOf(const Table& table, const std::string& key, int excluded)
 std::string modulePathOf(const Table& table)
 {
     std::string path = table.absolutePath("path");
-    if (!isPlainShellWord(path))
+    if (!programs::isPlainShellWord(path))
         table.fail("path", "'" + path + "' holds a character other than letters, digits and %+,-./:=@_");
     const std::string name = path.substr(path.rfind('/') + 1);
     const std::size_t dot = name.find('.');
@@ -255,7 +255,7 @@ std::string contentOf(const std::string& file)
     std::ifstream stream(file, std::ios::binary);
     stream.peek(); // a directory opens, but does not read
     if (!stream.is_open() || stream.bad())
-        throw std::runtime_error(file + ": " + (errno == 0 ? "cannot be read" : systemText(errno)));
+        throw std::runtime_error(file + ": " + (errno == 0 ? "cannot be read" : programs::systemText(errno)));
     std::ostringstream text;
     text << stream.rdbuf();
     return text.str();
@@ -269,7 +269,7 @@ toml::table parse(const std::string& file)
     } catch (const toml::parse_error& error) {
         std::ostringstream message;
         message << file << ':' << error.source().begin.line << ':' << error.source().begin.column << ": "
-                << printable(std::string(error.description()));
+                << programs::printable(std::string(error.description()));
         throw std::runtime_error(message.str());
     }
 }

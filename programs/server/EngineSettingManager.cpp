@@ -25,11 +25,11 @@ void EngineSettingManager::setSettingFilePath(const std::string& path)
 
 void EngineSettingManager::getCommand(bool /*variant*/, std::string& command, std::string& option)
 {
-    command = shellWord(configuration_.serviceCommand);
+    command = programs::shellWord(configuration_.serviceCommand);
     option = configuration_.serviceOption;
     option += option.empty() ? "" : " ";
-    option += "--setting-file " + shellWord(folder_.currentPath()) + " --pid-file " +
-              shellWord(configuration_.pidFile) + " --reason-file " + shellWord(folder_.reasonPath());
+    option += "--setting-file " + programs::shellWord(folder_.currentPath()) + " --pid-file " +
+              programs::shellWord(configuration_.pidFile) + " --reason-file " + programs::shellWord(folder_.reasonPath());
 }
 
 void EngineSettingManager::getModuleCommand(bool variant, std::list<std::string>& modules,

@@ -30,12 +30,12 @@ void removeReadyFile()
     if (lstat(READY_FILE, &status) != 0) {
         if (errno == ENOENT)
             return;
-        refuse(systemText(errno));
+        refuse(programs::systemText(errno));
     }
     if (status.st_uid != 0 && status.st_uid != geteuid())
         refuse("belongs to user " + std::to_string(status.st_uid) + ", neither root nor the server's user");
     if (unlink(READY_FILE) != 0 && errno != ENOENT)
-        refuse(systemText(errno));
+        refuse(programs::systemText(errno));
 }
 
 void consumeReadyFile(std::chrono::milliseconds time)

@@ -17,10 +17,10 @@ namespace {
 
 using common::FilterRule;
 
-constexpr Enumerator SCENARIOS[] = {{common::ScenarioCommand::Start, "start"},
+constexpr programs::Enumerator SCENARIOS[] = {{common::ScenarioCommand::Start, "start"},
                                     {common::ScenarioCommand::Shutdown, "shutdown"},
                                     {common::ScenarioCommand::Restart, "restart"}};
-constexpr Enumerator DEFAULT_ACTIONS[] = {{FilterRule::Bypass, "bypass"}, {FilterRule::Discard, "discard"}};
+constexpr programs::Enumerator DEFAULT_ACTIONS[] = {{FilterRule::Bypass, "bypass"}, {FilterRule::Discard, "discard"}};
 
 // One record of the request, for checks of its members that name it in their messages.
 class Record {
@@ -37,21 +37,21 @@ public:
 
     void checkText(const std::string& member, const std::string& text) const
     {
-        const char* const fault = faultOf(text);
+        const char* const fault = programs::faultOf(text);
         if (fault != nullptr)
             refuse(member, fault);
     }
 
     template <std::size_t N>
-    void checkEnumerator(const std::string& member, int value, const Enumerator (&table)[N]) const
+    void checkEnumerator(const std::string& member, int value, const programs::Enumerator (&table)[N]) const
     {
-        if (nameOf(table, value) == nullptr)
-            refuseNumber(member, value, listOf(table));
+        if (programs::nameOf(table, value) == nullptr)
+            refuseNumber(member, value, programs::listOf(table));
     }
 
     template <std::size_t N>
     void checkEnumerator(const std::string& member, std::optional<int> value,
-                         const Enumerator (&table)[N]) const
+                         const programs::Enumerator (&table)[N]) const
     {
         if (value)
             checkEnumerator(member, *value, table);
@@ -108,26 +108,26 @@ void checkKeyLength(const Record& record, int encryption, std::optional<int> len
         record.refuseNumber(member, *length, "128, 192 and 256");
 }
 
-void checkAuthentication(const Record& record, const TransformAttributes& transform)
+void checkAuthentication(const Record& record, const programs::TransformAttributes& transform)
 {
     const char* const member = "auth-method";
-    record.checkEnumerator(member, transform.authentication, AUTHENTICATIONS);
+    record.checkEnumerator(member, transform.authentication, programs::AUTHENTICATIONS);
     record.checkText(member, transform.authenticationData);
     if (transform.authentication == common::AuthenticationMethod::PSK && transform.authenticationData.empty())
         record.refuse(member, "the pre-shared key is empty");
 }
 
-void checkTransform(const Record& record, const TransformAttributes& transform)
+void checkTransform(const Record& record, const programs::TransformAttributes& transform)
 {
     record.checkPresence("enc-algo", transform.encryption);
-    record.checkEnumerator("enc-algo", transform.encryption, ENCRYPTIONS);
+    record.checkEnumerator("enc-algo", transform.encryption, programs::ENCRYPTIONS);
     checkKeyLength(record, *transform.encryption, transform.keyLength);
     record.checkPresence("hash-algo", transform.hash);
-    record.checkEnumerator("hash-algo", transform.hash, HASHES);
+    record.checkEnumerator("hash-algo", transform.hash, programs::HASHES);
     checkAuthentication(record, transform);
-    record.checkEnumerator("group-dsc", transform.group, GROUPS);
+    record.checkEnumerator("group-dsc", transform.group, programs::GROUPS);
     record.checkPresence("life-type", transform.lifeType);
-    record.checkEnumerator("life-type", transform.lifeType, LIFE_TYPES);
+    record.checkEnumerator("life-type", transform.lifeType, programs::LIFE_TYPES);
     record.checkPresence("life-duration", transform.lifeDuration);
     if (*transform.lifeDuration < 1)
         record.refuseNumber("life-duration", *transform.lifeDuration, "1 and more");
@@ -135,18 +135,18 @@ void checkTransform(const Record& record, const TransformAttributes& transform)
 
 void checkAssociation(const common::PayloadPtr& association, const std::string& name, bool needed)
 {
-    const auto proposals = proposalsOf(association, name);
+    const auto proposals = programs::proposalsOf(association, name);
     if (needed && proposals.empty())
         throw std::runtime_error(name + ": is missing, but there are rules that protect traffic");
-    for (const ProposalTransforms& proposal : proposals)
-        for (const TransformAttributes& transform : proposal.transforms)
+    for (const programs::ProposalTransforms& proposal : proposals)
+        for (const programs::TransformAttributes& transform : proposal.transforms)
             checkTransform(Record(name + ", proposal " + std::to_string(proposal.id) + ", transform " +
                                   std::to_string(transform.id)),
                            transform);
 }
 
 template <std::size_t N>
-void checkRules(const common::FilterSet& rules, const std::string& name, const Enumerator (&actions)[N])
+void checkRules(const common::FilterSet& rules, const std::string& name, const programs::Enumerator (&actions)[N])
 {
     std::size_t number = 0;
     for (const common::FilterRulePtr& rule : rules) {
@@ -154,7 +154,7 @@ void checkRules(const common::FilterSet& rules, const std::string& name, const E
         record.checkEnumerator("filter-type", rule->getFilterType(), actions);
         record.checkText("src-addr", rule->getSrcIpAddress());
         record.checkText("dst-addr", rule->getDstIpAddress());
-        record.checkEnumerator("identity-type", rule->getIdentityType(), IDENTITY_TYPES);
+        record.checkEnumerator("identity-type", rule->getIdentityType(), programs::IDENTITY_TYPES);
         record.checkText("src-identity", rule->getSrcIdentity());
         record.checkText("dst-identity", rule->getDstIdentity());
         // One out of range was refused when it was read; one that was never set is not.
@@ -168,7 +168,7 @@ void checkCertificates(const std::list<common::CertificatePtr>& certificates)
     std::size_t number = 0;
     for (const common::CertificatePtr& certificate : certificates) {
         const Record record("certificate " + std::to_string(++number));
-        record.checkEnumerator("cert-kind", certificate->getKind(), CERTIFICATE_KINDS);
+        record.checkEnumerator("cert-kind", certificate->getKind(), programs::CERTIFICATE_KINDS);
         record.checkText("cert-path", certificate->getCertFilePath());
         record.checkText("pkey-path", certificate->getPkeyFilePath());
     }
@@ -187,7 +187,7 @@ Request receiveRequest(std::istream& stream)
 
 std::string scenarioName(int scenario)
 {
-    const char* const name = nameOf(SCENARIOS, scenario);
+    const char* const name = programs::nameOf(SCENARIOS, scenario);
     return name == nullptr ? "request" : name;
 }
 
@@ -197,7 +197,7 @@ void checkRequest(const Request& request)
     const common::FilterSet used = request.policy.getFilterRules();
     checkAssociation(request.policy.getPhase1SA(), "phase 1", !used.empty());
     checkAssociation(request.policy.getPhase2SA(), "phase 2", !used.empty());
-    checkRules(used, "used rule", ACTIONS);
+    checkRules(used, "used rule", programs::ACTIONS);
     checkRules(request.defaultRules, "default rule", DEFAULT_ACTIONS);
     checkCertificates(request.certificates);
 }

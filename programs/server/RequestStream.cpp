@@ -44,7 +44,7 @@ std::size_t BoundedInput::receive_(char* to, std::size_t most)
         if (count >= 0)
             return static_cast<std::size_t>(count);
         if (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK) {
-            problem_ = "the request cannot be read: " + systemText(errno);
+            problem_ = "the request cannot be read: " + programs::systemText(errno);
             break;
         }
     }

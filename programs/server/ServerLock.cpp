@@ -23,7 +23,7 @@ ServerLock::ServerLock(const SettingFolder& folder, std::chrono::milliseconds ti
     : file_(openat(folder.descriptor(), LOCK, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR))
 {
     if (!file_)
-        throw std::runtime_error(folder.path() + "/" + LOCK + ": " + systemText(errno));
+        throw std::runtime_error(folder.path() + "/" + LOCK + ": " + programs::systemText(errno));
     if (!waitUntil([this] { return flock(file_.get(), LOCK_EX | LOCK_NB) == 0; }, time))
         throw std::runtime_error("another request is being carried out");
 }

@@ -124,7 +124,7 @@ void SettingFile::removeName_(const std::string& name) noexcept
 
 void SettingFile::fail_() const
 {
-    throw std::runtime_error(path_ + ": " + systemText(errno));
+    throw std::runtime_error(path_ + ": " + programs::systemText(errno));
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

@@ -35,7 +35,7 @@ std::string ownershipFault(int folder)
 {
     struct stat status = {};
     if (fstat(folder, &status) != 0)
-        return systemText(errno);
+        return programs::systemText(errno);
     if (status.st_uid != 0 && status.st_uid != geteuid())
         return "belongs to another user";
     const bool othersWrite = (status.st_mode & S_IWOTH) != 0;
@@ -49,10 +49,10 @@ std::string folderFault(int parent, const std::string& name)
     const int error = errno;
     struct stat status = {};
     if (fstatat(parent, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return systemText(error);
+        return programs::systemText(error);
     if (S_ISLNK(status.st_mode))
         return "is a link";
-    return S_ISDIR(status.st_mode) ? systemText(error) : "is not a folder";
+    return S_ISDIR(status.st_mode) ? programs::systemText(error) : "is not a folder";
 }
 
 } // namespace
@@ -61,10 +61,10 @@ SettingFolder::SettingFolder(const std::string& path)
     : path_(path)
 {
     if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
-        throw std::runtime_error(path + ": " + systemText(errno));
+        throw std::runtime_error(path + ": " + programs::systemText(errno));
     directory_ = Descriptor(open(path.c_str(), OPEN_FOLDER));
     if (!directory_)
-        throw std::runtime_error(path + ": " + systemText(errno));
+        throw std::runtime_error(path + ": " + programs::systemText(errno));
     const std::string fault = ownershipFault(directory_.get());
     if (!fault.empty())
         throw std::runtime_error(path + ": " + fault);
@@ -85,7 +85,7 @@ SettingFile SettingFolder::locate(const std::string& path) const
 
     Descriptor folder(fcntl(directory_.get(), F_DUPFD_CLOEXEC, 0));
     if (!folder)
-        refuse_(path, systemText(errno));
+        refuse_(path, programs::systemText(errno));
     const std::string name = components.back();
     components.pop_back();
     for (const std::string& component : components) {
@@ -103,7 +103,7 @@ SettingFile SettingFolder::locate(const std::string& path) const
         if (!S_ISREG(status.st_mode))
             refuse_(path, "is not a regular file");
     } else if (errno != ENOENT) {
-        refuse_(path, systemText(errno));
+        refuse_(path, programs::systemText(errno));
     }
     return {std::move(folder), name, path};
 }
@@ -125,7 +125,7 @@ void SettingFolder::setInUse(const std::string& path) const
     if (symlinkat(target.c_str(), directory_.get(), NEW_CURRENT) == 0 &&
         renameat(directory_.get(), NEW_CURRENT, directory_.get(), CURRENT) == 0)
         return;
-    const std::string why = systemText(errno);
+    const std::string why = programs::systemText(errno);
     unlinkat(directory_.get(), NEW_CURRENT, 0);
     throw std::runtime_error(currentPath() + ": " + why);
 }

@@ -17,18 +17,18 @@ using Json = nlohmann::ordered_json;
 constexpr int FORMAT = 1;
 constexpr int INDENTATION = 2;
 
-Json jsonOf(const TransformAttributes& transform)
+Json jsonOf(const programs::TransformAttributes& transform)
 {
-    Json json = {{"id", transform.id}, {"encryption", nameOf(ENCRYPTIONS, transform.encryption.value())}};
+    Json json = {{"id", transform.id}, {"encryption", programs::nameOf(programs::ENCRYPTIONS, transform.encryption.value())}};
     if (transform.keyLength)
         json["key-length"] = *transform.keyLength;
-    json["hash"] = nameOf(HASHES, transform.hash.value());
+    json["hash"] = programs::nameOf(programs::HASHES, transform.hash.value());
     if (transform.authentication) {
-        json["authentication"] = nameOf(AUTHENTICATIONS, *transform.authentication);
+        json["authentication"] = programs::nameOf(programs::AUTHENTICATIONS, *transform.authentication);
         json["authentication-data"] = transform.authenticationData;
     }
     if (transform.group)
-        json["group"] = std::stoi(nameOf(GROUPS, *transform.group));
+        json["group"] = std::stoi(programs::nameOf(programs::GROUPS, *transform.group));
     json["lifetime"] = transform.lifeDuration.value();
     return json;
 }
@@ -36,9 +36,9 @@ Json jsonOf(const TransformAttributes& transform)
 Json jsonOf(const common::PayloadPtr& association, const char* name)
 {
     Json proposals = Json::array();
-    for (const ProposalTransforms& proposal : proposalsOf(association, name)) {
+    for (const programs::ProposalTransforms& proposal : programs::proposalsOf(association, name)) {
         Json transforms = Json::array();
-        for (const TransformAttributes& transform : proposal.transforms)
+        for (const programs::TransformAttributes& transform : proposal.transforms)
             transforms.push_back(jsonOf(transform));
         proposals.push_back({{"id", proposal.id}, {"transforms", transforms}});
     }
@@ -47,18 +47,18 @@ Json jsonOf(const common::PayloadPtr& association, const char* name)
 
 Json jsonOf(const common::FilterRule& rule)
 {
-    return {{"action", nameOf(ACTIONS, rule.getFilterType())},
+    return {{"action", programs::nameOf(programs::ACTIONS, rule.getFilterType())},
             {"source", rule.getSrcIpAddress()},
             {"destination", rule.getDstIpAddress()},
             {"priority", rule.getPriority()},
-            {"identity-type", nameOf(IDENTITY_TYPES, rule.getIdentityType())},
+            {"identity-type", programs::nameOf(programs::IDENTITY_TYPES, rule.getIdentityType())},
             {"source-identity", rule.getSrcIdentity()},
             {"destination-identity", rule.getDstIdentity()}};
 }
 
 Json jsonOf(const common::Certificate& certificate)
 {
-    return {{"kind", nameOf(CERTIFICATE_KINDS, certificate.getKind())},
+    return {{"kind", programs::nameOf(programs::CERTIFICATE_KINDS, certificate.getKind())},
             {"certificate", certificate.getCertFilePath()},
             {"private-key", certificate.getPkeyFilePath()}};
 }

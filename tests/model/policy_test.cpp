@@ -24,6 +24,7 @@ TEST(PolicyStore, IsOneForTheProcessWhoeverAsksFirst)
 {
     std::vector<IPsecPolicy*> seen(8);
     std::vector<std::thread> threads;
+    threads.reserve(seen.size());
     for (IPsecPolicy*& policy : seen)
         threads.emplace_back([&policy] { policy = &getIPsecPolicy(); });
     for (std::thread& thread : threads)

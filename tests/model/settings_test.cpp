@@ -58,7 +58,7 @@ public:
 class SettingFile : public ::testing::Test {
 protected:
     SettingFile() { std::ofstream(path_) << "settings"; }
-    ~SettingFile() override { std::remove(path_.c_str()); }
+    ~SettingFile() override { unlink(path_.c_str()); }
 
     static bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 

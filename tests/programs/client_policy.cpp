@@ -169,7 +169,7 @@ TEST(PolicyFile, GivesASignatureNoData)
                                                     "kind = \"end-entity\"\ncertificate = \"/dev/null\"\n"
                                                     "private-key = \"/dev/null\"\n"));
     const auto transform =
-        configserver::proposalsOf(policy.store.getPhase1SA(), "phase 1").at(0).transforms.at(0);
+        programs::proposalsOf(policy.store.getPhase1SA(), "phase 1").at(0).transforms.at(0);
     EXPECT_EQ(common::AuthenticationMethod::RSA_SIG, transform.authentication);
     EXPECT_EQ("", transform.authenticationData);
 }
@@ -180,7 +180,7 @@ TEST(PolicyFile, TakesAKeyFromItsFileWithoutTheLineEnd)
     const std::string path = folder.write("key", "sword fish \n");
     const Policy policy =
         policyOf(withTransformAnd("authentication = \"PSK\"\npsk-file = \"" + path + "\"\n"));
-    EXPECT_EQ("sword fish ", configserver::proposalsOf(policy.store.getPhase1SA(), "phase 1")
+    EXPECT_EQ("sword fish ", programs::proposalsOf(policy.store.getPhase1SA(), "phase 1")
                                  .at(0)
                                  .transforms.at(0)
                                  .authenticationData);
@@ -196,7 +196,7 @@ TEST(PolicyFile, KeepsPhasesProposalsAndTransformsApart)
                  "[[phase2.proposal.transform]]\nid = 3\nencryption = \"AES\"\nkey-length = 192\n"
                  "hash = \"SHA1\"\nlifetime = 60\n");
     EXPECT_EQ(1U, policy.store.getPhase1SA()->getNumberOfChildren());
-    const auto proposals = configserver::proposalsOf(policy.store.getPhase2SA(), "phase 2");
+    const auto proposals = programs::proposalsOf(policy.store.getPhase2SA(), "phase 2");
     ASSERT_EQ(2U, proposals.size());
     EXPECT_EQ(9, proposals[1].id);
     ASSERT_EQ(2U, proposals[1].transforms.size());

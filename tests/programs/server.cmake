@@ -5,7 +5,7 @@ target_include_directories(server_support PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(server_support PUBLIC ipseccfg PRIVATE ipseccfg_build)
 
 ipseccfg_test(server
-    SOURCES server_configuration.cpp server_text.cpp server_request.cpp server_setting_folder.cpp
+    SOURCES server_answer.cpp server_configuration.cpp server_request.cpp server_setting_folder.cpp
             server_engine_process.cpp server_settings.cpp
     LIBRARIES ipseccfg_server ipseccfg_standalone server_support)
 

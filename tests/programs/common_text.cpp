@@ -1,16 +1,14 @@
-// Texts from outside, and answers that can always be sent.
+// Texts from outside.
 
-#include "Answer.h"
 #include "Text.h"
-
-#include "server_support.h"
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
-using namespace norvale::tamber::systemdata::ipseccfg::configserver;
-using norvale::tamber::systemdata::ipseccfg::common::ResultCommand;
+using namespace norvale::tamber::systemdata::ipseccfg::programs;
 
 struct TextCase {
     const char* name;
@@ -46,9 +44,9 @@ const TextCase CASES[] = {
     {"NoFirstByte", "\xFF", NOT_UTF8, "?"},
 };
 
-class ServerTexts : public ::testing::TestWithParam<TextCase> {};
+class Texts : public ::testing::TestWithParam<TextCase> {};
 
-TEST_P(ServerTexts, AreRefusedOrPrinted)
+TEST_P(Texts, AreRefusedOrPrinted)
 {
     const char* const fault = faultOf(GetParam().text);
     EXPECT_EQ(GetParam().fault == nullptr ? "" : GetParam().fault,
@@ -56,54 +54,22 @@ TEST_P(ServerTexts, AreRefusedOrPrinted)
     EXPECT_EQ(GetParam().printed, printable(GetParam().text));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ServerTexts, ::testing::ValuesIn(CASES),
+INSTANTIATE_TEST_SUITE_P(All, Texts, ::testing::ValuesIn(CASES),
                          [](const auto& instance) { return instance.param.name; });
 
-TEST(ServerText, PrintsNothingThatXmlCannotCarry)
+TEST(Text, PrintsNothingThatXmlCannotCarry)
 {
     EXPECT_EQ("a?b?", printable("a\xEF\xBF\xBE"
                                 "b\xEF\xBF\xBF"));
 }
 
-TEST(ServerText, BecomesOneWordOfAShellCommand)
+TEST(Text, BecomesOneWordOfAShellCommand)
 {
     EXPECT_EQ("/usr/lib/a-b_c.d+e,f:g=h@i%j", shellWord("/usr/lib/a-b_c.d+e,f:g=h@i%j"));
     EXPECT_EQ("''", shellWord(""));
     EXPECT_EQ("'a b'", shellWord("a b"));
     EXPECT_EQ("'$(id);`id`|&<>\"\\*?~#!'", shellWord("$(id);`id`|&<>\"\\*?~#!"));
     EXPECT_EQ("'it'\\''s'", shellWord("it's"));
-}
-
-TEST(ServerAnswer, CarriesStatusAndDetail)
-{
-    EXPECT_EQ("success: done", tests::inWords(messageOf({ResultCommand::Success, "done"})));
-    EXPECT_EQ("failure: <a> & \"b\"", tests::inWords(messageOf({ResultCommand::Failure, "<a> & \"b\""})));
-}
-
-TEST(ServerAnswer, IsAnXmlRpcResponseOnSeveralLines)
-{
-    const std::string text = messageOf({ResultCommand::Success, ""});
-    EXPECT_NE(std::string::npos, text.find("<methodResponse>\n")) << text;
-    EXPECT_EQ(std::string::npos, text.find("<methodCall>")) << text;
-}
-
-TEST(ServerAnswer, HasNoDetailThatCannotBeSent)
-{
-    const Answer answer = presentable({ResultCommand::Failure, "a\x01\xFF\n\xEF\xBF\xBE"});
-    EXPECT_EQ("a????", answer.detail);
-    EXPECT_EQ("failure: a????", tests::inWords(messageOf(answer)));
-}
-
-TEST(ServerAnswer, HasNoDetailOfMoreThanTwoThousandBytes)
-{
-    EXPECT_EQ(std::string(2000, 'x'), presentable({ResultCommand::Failure, std::string(2000, 'x')}).detail);
-    EXPECT_EQ(std::string(1997, 'x') + "...",
-              presentable({ResultCommand::Failure, std::string(2001, 'x')}).detail);
-}
-
-TEST(ServerAnswer, IsRefusedRatherThanCutWhenItCannotBeSent)
-{
-    EXPECT_THROW(messageOf({ResultCommand::Failure, "\x01"}), std::runtime_error);
 }
 
 } // namespace

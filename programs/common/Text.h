@@ -1,12 +1,12 @@
-#ifndef IPSECCFG_SERVER_TEXT_H
-#define IPSECCFG_SERVER_TEXT_H
+#ifndef IPSECCFG_PROGRAMS_TEXT_H
+#define IPSECCFG_PROGRAMS_TEXT_H
 
 /// @file
 /// What may stand in a text that comes from outside, and how a text is made fit to be shown.
 
 #include <string>
 
-namespace norvale::tamber::systemdata::ipseccfg::configserver {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 /// What is wrong with a text, in words that follow the name of what holds it: "control characters are not
 /// allowed" (U+0000 to U+001F, U+007F to U+009F) or "the text is not valid UTF-8"; null for a good one. The
@@ -26,6 +26,6 @@ std::string shellWord(const std::string& text);
 /// Whether a shell sees nothing special in the text: letters, digits and the characters "%+,-./:=@_" only.
 bool isPlainShellWord(const std::string& text);
 
-} // namespace norvale::tamber::systemdata::ipseccfg::configserver
+} // namespace norvale::tamber::systemdata::ipseccfg::programs
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef IPSECCFG_SERVER_POLICYNAMES_H
-#define IPSECCFG_SERVER_POLICYNAMES_H
+#ifndef IPSECCFG_PROGRAMS_POLICYNAMES_H
+#define IPSECCFG_PROGRAMS_POLICYNAMES_H
 
 /// @file
 /// The enumerators that a policy may use, by their names in policy and setting files.
@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <string>
 
-namespace norvale::tamber::systemdata::ipseccfg::configserver {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 /// One enumerator: its number in the model and on the wire, and its name.
 struct Enumerator {
@@ -67,6 +67,6 @@ std::string listOf(const Enumerator (&table)[N])
     return list;
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::configserver
+} // namespace norvale::tamber::systemdata::ipseccfg::programs
 
 #endif

@@ -6,7 +6,7 @@
 #include <optional>
 #include <system_error>
 
-namespace norvale::tamber::systemdata::ipseccfg::configserver {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 namespace {
 
@@ -113,4 +113,4 @@ std::string shellWord(const std::string& text)
     return word + "'";
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::configserver
+} // namespace norvale::tamber::systemdata::ipseccfg::programs

@@ -1,5 +1,5 @@
-#ifndef IPSECCFG_SERVER_ASSOCIATION_H
-#define IPSECCFG_SERVER_ASSOCIATION_H
+#ifndef IPSECCFG_PROGRAMS_ASSOCIATION_H
+#define IPSECCFG_PROGRAMS_ASSOCIATION_H
 
 /// @file
 /// A security association read out of its tree, for those who check it or write it down.
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace norvale::tamber::systemdata::ipseccfg::configserver {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 /// The attributes of one transform, by number as the model has them; what the tree does not have is empty.
 struct TransformAttributes {
@@ -37,6 +37,6 @@ struct ProposalTransforms {
 ///         on the wire).
 std::vector<ProposalTransforms> proposalsOf(const common::PayloadPtr& association, const std::string& name);
 
-} // namespace norvale::tamber::systemdata::ipseccfg::configserver
+} // namespace norvale::tamber::systemdata::ipseccfg::programs
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <stdexcept>
 
-namespace norvale::tamber::systemdata::ipseccfg::configserver {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 namespace {
 
@@ -73,4 +73,4 @@ std::vector<ProposalTransforms> proposalsOf(const common::PayloadPtr& associatio
     return reader.proposals();
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::configserver
+} // namespace norvale::tamber::systemdata::ipseccfg::programs
