@@ -43,7 +43,8 @@ public:
     virtual void addProposalToSecurityAsscosiation() = 0;
     /// @throws std::logic_error "Proposal is null" or "Transform is null" if that part was not built.
     virtual void addTransformToProposal() = 0;
-    /// Adds every attribute that was built, in the order of the build operations above.
+    /// Adds every attribute that was built, in the order of the build operations above. If memory runs out,
+    /// those before it stay added.
     /// @throws std::logic_error "Transform is null" if it was not built.
     virtual void addAttributesToTransform() = 0;
 

@@ -5,7 +5,6 @@
 
 #include <iterator>
 #include <ostream>
-#include <sstream>
 #include <stdexcept>
 #include <typeinfo>
 
@@ -50,11 +49,11 @@ PayloadPtr childAt(const container_type& children, std::size_t index)
 
 std::string textOf(const std::string& heading, const container_type& children)
 {
-    std::ostringstream text;
-    text << heading << std::endl;
+    // No stream, which would keep it quiet if memory ran out and give half of the text.
+    std::string text = heading + "\n";
     for (const PayloadPtr& child : children)
-        text << child->to_string() << std::endl;
-    return text.str();
+        text += child->to_string() + "\n";
+    return text;
 }
 
 [[noreturn]] void refuseChild()

@@ -2,8 +2,9 @@
 
 #include "Utility.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace norvale::tamber::systemdata::ipseccfg::common {
@@ -20,10 +21,12 @@ bool isKernelModule(const std::string& name)
 
 std::vector<std::string>& split(const std::string& text, char separator, std::vector<std::string>& pieces)
 {
-    std::istringstream stream(text);
-    std::string piece;
-    while (std::getline(stream, piece, separator))
-        pieces.push_back(piece);
+    // No stream, which would keep it quiet if memory ran out and give the first pieces only.
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find(separator, begin), text.size());
+        pieces.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
     return pieces;
 }
 
