@@ -11,7 +11,7 @@ ipseccfg_test(platform_parser
 # A program of its own: it counts and fails the allocations of all of it.
 ipseccfg_test(platform_parser_memory
     SOURCES parser_memory.cpp
-    LIBRARIES systemdata::parser
+    LIBRARIES systemdata::parser failing_heap failing_expat
     DEFINITIONS DOCUMENT_LIMIT=${IPSECCFG_MAX_DOCUMENT_BYTES})
 
 add_executable(parser_echo parser_echo.cpp)

@@ -12,14 +12,15 @@ if(TARGET systemdata-requester)
     ipseccfg_test(platform_requester_faults
         SOURCES requester_faults.cpp
         LIBRARIES systemdata::requester ${CMAKE_DL_LIBS}
-        DEFINITIONS ${requester_definitions})
+        DEFINITIONS ${requester_definitions}
+                    $<$<BOOL:${SYSTEMDATA_REQUESTER_HAS_CLOSEFROM}>:SYSTEMDATA_REQUESTER_HAS_CLOSEFROM>)
 
     # The library's sources once more, so that what they do not export can be reached.
     get_target_property(requester_folder systemdata-requester SOURCE_DIR)
     file(GLOB requester_sources CONFIGURE_DEPENDS ${requester_folder}/*.cpp)
     ipseccfg_test(platform_requester_parts
         SOURCES requester_parts.cpp ${requester_sources}
-        LIBRARIES systemdata::parser
+        LIBRARIES systemdata::parser failing_heap
         DEFINITIONS ${requester_definitions})
     target_include_directories(platform_requester_parts PRIVATE ${requester_folder})
 

@@ -1,6 +1,7 @@
 // An exchange with each system call in its turn failing: this program stands in for the C library's
 // functions.
 
+#include "Failures.h"
 #include "requester_support.h"
 
 #include <csignal>
@@ -21,23 +22,20 @@ constexpr int ONE_BYTE = -1; // moves one byte only
 constexpr int NOTHING = -2;  // says that nothing has happened
 
 struct Fault {
-    std::string_view call; // none if empty
-    int effect;
-    int callsBefore;
-    bool lasting;
-    bool struck;
+    std::string_view call; ///< none if empty
+    int effect = 0;
+    tests::FailurePoint calls; ///< of those of that name
 };
 
-Fault fault = {};
+Fault fault;
 
 // How far the monotonic clock is ahead of the real one.
 time_t secondsAhead = 0;
 
 bool strikes(std::string_view call)
 {
-    if (fault.call != call || (fault.struck && !fault.lasting) || fault.callsBefore-- > 0)
+    if (fault.call != call || !fault.calls.strikes())
         return false;
-    fault.struck = true;
     if (fault.effect > 0)
         errno = fault.effect;
     return true;
@@ -83,6 +81,14 @@ int poll(pollfd* fds, nfds_t nfds, int timeout)
     return fault.effect == NOTHING ? 0 : -1;
 }
 
+// The descriptor is closed all the same, as Linux does it.
+int close(int fd)
+{
+    static auto* const real = theLibrarys<int(int)>("close");
+    const int result = real(fd);
+    return strikes("close") ? -1 : result;
+}
+
 int shutdown(int fd, int how) noexcept
 {
     static auto* const real = theLibrarys<int(int, int)>("shutdown");
@@ -119,12 +125,33 @@ int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* 
     return strikes("posix_spawn") ? fault.effect : real(pid, path, file_actions, attrp, argv, envp);
 }
 
+int posix_spawn_file_actions_init(posix_spawn_file_actions_t* file_actions) noexcept
+{
+    static auto* const real = theLibrarys<int(posix_spawn_file_actions_t*)>("posix_spawn_file_actions_init");
+    return strikes("posix_spawn_file_actions_init") ? fault.effect : real(file_actions);
+}
+
+int posix_spawnattr_init(posix_spawnattr_t* attr) noexcept
+{
+    static auto* const real = theLibrarys<int(posix_spawnattr_t*)>("posix_spawnattr_init");
+    return strikes("posix_spawnattr_init") ? fault.effect : real(attr);
+}
+
 int posix_spawn_file_actions_adddup2(posix_spawn_file_actions_t* file_actions, int fd, int newfd) noexcept
 {
     static auto* const real =
         theLibrarys<int(posix_spawn_file_actions_t*, int, int)>("posix_spawn_file_actions_adddup2");
     return strikes("posix_spawn_file_actions_adddup2") ? fault.effect : real(file_actions, fd, newfd);
 }
+
+#ifdef SYSTEMDATA_REQUESTER_HAS_CLOSEFROM
+int posix_spawn_file_actions_addclosefrom_np(posix_spawn_file_actions_t* file_actions, int from) noexcept
+{
+    static auto* const real =
+        theLibrarys<int(posix_spawn_file_actions_t*, int)>("posix_spawn_file_actions_addclosefrom_np");
+    return strikes("posix_spawn_file_actions_addclosefrom_np") ? fault.effect : real(file_actions, from);
+}
+#endif
 
 } // extern "C"
 
@@ -174,21 +201,17 @@ TEST_P(AnExchangeWith, LosesNothingWhicheverCallIsStruck)
 {
     const FaultRow& row = GetParam();
     const int before = openDescriptors();
-    for (int number = 0;; ++number) {
-        ASSERT_LT(number, 1000);
-        fault = {row.call, row.effect, number, false, false};
-        const std::string result = resultOf(row);
-        const bool struck = fault.struck;
-        fault = {};
+    fault = {row.call, row.effect, {}};
+    std::string result;
+    const auto check = [&](long number) {
+        ASSERT_THAT(result, testing::HasSubstr(row.expected)) << number;
         ASSERT_EQ(before, openDescriptors()) << number;
         ASSERT_TRUE(hasNoChild()) << number;
-        if (!struck) {
-            ASSERT_GT(number, 0) << "never called";
-            EXPECT_EQ("sent, ended, answered", result);
-            return;
-        }
-        ASSERT_THAT(result, testing::HasSubstr(row.expected)) << number;
-    }
+    };
+    EXPECT_LT(0, failEach(
+                     fault.calls, [&] { result = resultOf(row); }, check))
+        << "never called";
+    EXPECT_EQ("sent, ended, answered", result);
 }
 
 const FaultRow FAULTS[] = {
@@ -197,12 +220,22 @@ const FaultRow FAULTS[] = {
     {"NoMemoryForAChannel", "socketpair", ENOMEM, "echo", SOME_PACKETS, NO_CHANNEL},
     {"NoProcessLeft", "posix_spawn", EAGAIN, "echo", SOME_PACKETS, NO_SERVER},
     {"NoMemoryForAProcess", "posix_spawn", ENOMEM, "echo", SOME_PACKETS, NO_SERVER},
+    {"NoDescriptorLeftForAProcess", "posix_spawn", EMFILE, "echo", SOME_PACKETS, NO_SERVER},
+    {"NoMemoryForItsSignals", "posix_spawnattr_init", ENOMEM, "echo", SOME_PACKETS, NO_SERVER},
+    {"NoMemoryForAListOfDescriptors", "posix_spawn_file_actions_init", ENOMEM, "echo", SOME_PACKETS,
+     NO_SERVER},
+#ifdef SYSTEMDATA_REQUESTER_HAS_CLOSEFROM
+    {"NoMemoryForTheDescriptorsToClose", "posix_spawn_file_actions_addclosefrom_np", ENOMEM, "echo",
+     SOME_PACKETS, NO_SERVER},
+#endif
     {"NoMemoryForItsDescriptors", "posix_spawn_file_actions_adddup2", ENOMEM, "echo", SOME_PACKETS,
      NO_SERVER},
     {"SendingInterrupted", "send", EINTR, "echo", SOME_PACKETS, HARMLESS},
     {"SendingWithoutRoom", "send", EAGAIN, "echo", SOME_PACKETS, HARMLESS},
     {"SendingByteByByte", "send", ONE_BYTE, "echo", SOME_PACKETS, HARMLESS},
     {"SendingOutOfBuffers", "send", ENOBUFS, "echo", SOME_PACKETS, "not sent, not ended, not answered"},
+    {"SendingWithAnError", "send", EIO, "echo", SOME_PACKETS, "not sent, not ended, not answered"},
+    {"SendingWithoutMemory", "send", ENOMEM, "echo", SOME_PACKETS, "not sent, not ended, not answered"},
     {"SendingIntoABrokenPipeBeforeTheAnswer", "send", EPIPE, "sleep:50 answer", SOME_PACKETS, HARMLESS},
     {"SendingIntoABrokenPipeAfterTheAnswer", "send", EPIPE, "answer read", SOME_PACKETS, HARMLESS},
     {"SendingIntoAResetConnectionAfterTheAnswer", "send", ECONNRESET, "answer read", SOME_PACKETS, HARMLESS},
@@ -211,10 +244,14 @@ const FaultRow FAULTS[] = {
     {"ReceivingByteByByte", "recv", ONE_BYTE, "echo", SOME_PACKETS, HARMLESS},
     {"ReceivingFromAResetConnection", "recv", ECONNRESET, "read answer:50000", SOME_PACKETS, NO_ANSWER},
     {"ReceivingWithoutMemory", "recv", ENOMEM, "read answer:50000", SOME_PACKETS, NO_ANSWER},
+    {"ReceivingWithAnError", "recv", EIO, "read answer:50000", SOME_PACKETS, NO_ANSWER},
     {"WaitingInterrupted", "poll", EINTR, "echo", MORE_THAN_A_SOCKET_HOLDS, HARMLESS},
     {"WaitingToBeTriedAgain", "poll", EAGAIN, "echo", MORE_THAN_A_SOCKET_HOLDS, HARMLESS},
     {"WaitingEndedEarly", "poll", NOTHING, "echo", MORE_THAN_A_SOCKET_HOLDS, HARMLESS},
     {"WaitingWithoutMemory", "poll", ENOMEM, "echo", MORE_THAN_A_SOCKET_HOLDS, NO_ANSWER},
+    {"WaitingWithAnError", "poll", EIO, "echo", MORE_THAN_A_SOCKET_HOLDS, NO_ANSWER},
+    {"ClosingInterrupted", "close", EINTR, "echo", SOME_PACKETS, HARMLESS},
+    {"ClosingWithAnError", "close", EIO, "echo", SOME_PACKETS, HARMLESS},
     {"EndingAfterTheAnswer", "shutdown", ENOTCONN, "answer read", SOME_PACKETS, HARMLESS},
     {"WaitingForTheServerInterrupted", "waitpid", EINTR, "echo", SOME_PACKETS, HARMLESS},
 };
@@ -262,28 +299,34 @@ TEST_F(TimeBound, EndsTheReadingOfAnAnswerThatTheServerStillWrites)
 class ServerFaults : public RequesterTest {
 protected:
     ~ServerFaults() override { fault = {}; }
+
+    static void strike(std::string_view call, int effect, bool lasting = false)
+    {
+        fault = {call, effect, {}};
+        fault.calls.arm(0, lasting);
+    }
 };
 
 TEST_F(ServerFaults, ARequestThatCannotBeEndedIsAFailureWithoutAnAnswer)
 {
-    fault = {"shutdown", ENOTCONN, 0, false, false};
+    strike("shutdown", ENOTCONN);
     EXPECT_EQ((Outcome{true, false, false}), exchange("read:100 exit:0"));
-    EXPECT_TRUE(fault.struck);
+    EXPECT_TRUE(fault.calls.struck());
 }
 
 TEST_F(ServerFaults, AServerThatCannotBeTerminatedIsKilled)
 {
-    fault = {"kill", EPERM, 0, false, false};
+    strike("kill", EPERM);
     EXPECT_EQ(ANSWERED, exchange("read answer hang"));
-    EXPECT_TRUE(fault.struck);
+    EXPECT_TRUE(fault.calls.struck());
     EXPECT_TRUE(hasNoChild());
 }
 
 TEST_F(ServerFaults, AServerThatMayNotBeSignalledIsNotWaitedForForEver)
 {
-    fault = {"kill", EPERM, 0, true, false};
+    strike("kill", EPERM, true);
     EXPECT_LT(durationOf([] { EXPECT_EQ(ANSWERED, exchange("pid read answer hang")); }), 10s);
-    EXPECT_TRUE(fault.struck);
+    EXPECT_TRUE(fault.calls.struck());
     fault = {};
     ASSERT_GT(serverPid(), 0);
     ::kill(serverPid(), SIGKILL);

@@ -3,45 +3,17 @@
 #include "requester_support.h"
 
 #include "Channel.h"
+#include "FailingHeap.h"
 #include "RequestHead.h"
 #include "ServerProcess.h"
 #include "SocketPair.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
-#include <new>
 #include <string_view>
 #include <unistd.h>
 #include <vector>
-
-namespace {
-
-// The allocation that fails, counted down; none if negative.
-long allocationsLeft = -1;
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    if (allocationsLeft == 0)
-        throw std::bad_alloc();
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    void* const memory = std::malloc(size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
 
 namespace tests {
 
@@ -255,31 +227,37 @@ TEST_F(ChannelTest, LosesNothingWhateverAllocationFails)
 {
     serversDo("read answer exit:0");
     const int before = openDescriptors();
-    for (long number = 0;; ++number) {
-        ASSERT_LT(number, 1000);
-        std::string answer;
-        bool failed = false;
-        allocationsLeft = number;
-        try {
-            OpenChannel channel;
-            put(*channel, HEAD);
-            channel->endOfTransmission();
-            char bytes[1000];
-            const std::streamsize size = channel->sgetn(bytes, sizeof bytes);
-            allocationsLeft = -1;
-            answer.assign(bytes, static_cast<std::size_t>(size));
-        } catch (const std::bad_alloc&) {
-            failed = true;
-        }
-        allocationsLeft = -1;
-        EXPECT_EQ(before, openDescriptors()) << number;
-        EXPECT_TRUE(hasNoChild()) << number;
-        if (!failed) {
-            EXPECT_NE(std::string::npos, answer.find("</methodResponse>"));
-            EXPECT_GT(number, 3); // or the failures never came to pass
-            return;
-        }
-    }
+    std::array<char, 1000> answer{};
+    std::streamsize size = 0;
+    const auto exchange = [&] {
+        OpenChannel channel;
+        put(*channel, HEAD);
+        channel->endOfTransmission();
+        size = channel->sgetn(answer.data(), answer.size());
+    };
+    const auto check = [&] {
+        EXPECT_EQ(before, openDescriptors());
+        EXPECT_TRUE(hasNoChild());
+    };
+    EXPECT_LT(3, failEachAllocation(exchange, check));
+    check();
+    EXPECT_NE(std::string::npos,
+              std::string(answer.data(), static_cast<std::size_t>(size)).find("</methodResponse>"));
+}
+
+TEST(RequestHeadMemory, ThatRunsOutIsReportedAndLosesNothing)
+{
+    // The reference makes the command a text of its own.
+    const std::string text =
+        "<methodName>" + std::string(100, 'a') + "&amp;" + std::string(100, 'b') + "</methodName>";
+    auto head = std::make_unique<RequestHead>();
+    EXPECT_LT(2, failEachAllocation([&] { head->add(text); },
+                                    [&] {
+                                        EXPECT_TRUE(head->state() == State::incomplete);
+                                        EXPECT_EQ("", head->command());
+                                        head = std::make_unique<RequestHead>();
+                                    }));
+    EXPECT_EQ(std::string(100, 'a') + "&" + std::string(100, 'b'), head->command());
 }
 
 // ServerProcess; this program is built as on a system that cannot close a range of descriptors at once
