@@ -1,18 +1,28 @@
 // A server whose behaviour a test writes down: the environment variable REQUESTER_SCRIPT holds its steps, in
 // order and separated by blanks. After the last step it exits with 0.
 //
-//   read           reads its input up to the end      read:BYTES       reads so many bytes
-//   answer         writes an answer                   answer:BYTES     writes an answer with so many bytes of
-//   text half           writes the first half of one       piecemeal        writes one, a byte at a time echo
-//   writes what it reads, as it reads  garbage          writes what is no answer report         writes an
-//   answer that tells what the server was started with trickle        writes a blank every 50 ms, for ever
-//   hang           does nothing, for ever             sleep:MS         does nothing for a while
-//   close-input    closes its standard input          close-output     tells its reader that nothing follows
-//   stop-reading   makes its input end for the writer ignore-term      ignores SIGTERM from here on
-//   complain       writes a line to standard error    exit:CODE        ends
-//   die            ends by SIGKILL
-//   pid            writes its process id into the file "pid"  mark     makes the file "mark"
-//                  (both in the folder REQUESTER_FOLDER)
+//   read            reads its input up to the end
+//   read:BYTES      reads so many bytes
+//   answer          writes an answer
+//   answer:BYTES    writes an answer with so many bytes of text
+//   result          writes a result: failure
+//   half            writes the first half of an answer
+//   piecemeal       writes an answer, a byte at a time
+//   echo            writes what it reads, as it reads
+//   garbage         writes what is no answer
+//   report          writes an answer that tells what the server was started with
+//   trickle         writes a blank every 50 ms, for ever
+//   hang            does nothing, for ever
+//   sleep:MS        does nothing for a while
+//   close-input     closes its standard input
+//   close-output    tells its reader that nothing follows
+//   stop-reading    makes its input end for the writer
+//   ignore-term     ignores SIGTERM from here on
+//   complain        writes a line to standard error
+//   exit:CODE       ends
+//   die             ends by SIGKILL
+//   pid             writes its process id into the file "pid" in the folder REQUESTER_FOLDER
+//   mark            makes the file "mark" there
 
 #include <algorithm>
 #include <chrono>
@@ -160,6 +170,10 @@ const Steps& steps()
         {"read", [](const std::string& bytes) { readUpTo(bytes.empty() ? SIZE_MAX : std::stoul(bytes)); }},
         {"answer",
          [](const std::string& bytes) { writeAll(answerOf(bytes.empty() ? 0 : std::stoul(bytes))); }},
+        {"result",
+         [](auto&) {
+             writeAll(answerWith({{"table-id", "4"}, {"status", "1"}, {"detail", std::string(100, 'x')}}));
+         }},
         {"half", [](auto&) { writeAll(answerOf(0).substr(0, answerOf(0).size() / 2)); }},
         {"piecemeal",
          [](auto&) {
