@@ -2,6 +2,8 @@
 
 #include "Host.h"
 
+#include "FailingHeap.h"
+
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -122,16 +124,19 @@ bool Host::onRemoveReadyFile()
 } // namespace tests
 
 using tests::Host;
+using tests::Undisturbed;
 
 extern "C" {
 
 int system(const char* commandLine)
 {
+    const Undisturbed undisturbed;
     return Host::instance().onSystem(commandLine);
 }
 
 FILE* popen(const char* commandLine, const char* mode)
 {
+    const Undisturbed undisturbed;
     EXPECT_STREQ("r", mode);
     const auto output = Host::instance().onPopen(commandLine);
     if (!output)
@@ -144,18 +149,21 @@ FILE* popen(const char* commandLine, const char* mode)
 
 int pclose(FILE* file)
 {
+    const Undisturbed undisturbed;
     Host::instance().note("pclose");
     return std::fclose(file);
 }
 
 int kill(pid_t pid, int signal) noexcept
 {
+    const Undisturbed undisturbed;
     return Host::instance().onKill(pid, signal);
 }
 
 // Other files than the ready file are real ones.
 int stat(const char* path, struct stat* status) noexcept
 {
+    const Undisturbed undisturbed;
     if (std::strcmp(path, tests::READY_FILE) == 0)
         return Host::instance().onStatReadyFile() ? 0 : -1;
     return fstatat(AT_FDCWD, path, status, 0);
@@ -163,6 +171,7 @@ int stat(const char* path, struct stat* status) noexcept
 
 int remove(const char* path) noexcept
 {
+    const Undisturbed undisturbed;
     if (std::strcmp(path, tests::READY_FILE) == 0)
         return Host::instance().onRemoveReadyFile() ? 0 : -1;
     const int result = unlinkat(AT_FDCWD, path, 0);
@@ -171,12 +180,14 @@ int remove(const char* path) noexcept
 
 unsigned int sleep(unsigned int seconds)
 {
+    const Undisturbed undisturbed;
     Host::instance().note("sleep " + std::to_string(seconds));
     return 0;
 }
 
 int usleep(useconds_t microseconds)
 {
+    const Undisturbed undisturbed;
     Host::instance().note("usleep " + std::to_string(microseconds));
     return 0;
 }
