@@ -9,8 +9,9 @@ ipseccfg_test(server
             server_engine_process.cpp server_settings.cpp
     LIBRARIES ipseccfg_server ipseccfg_standalone server_support)
 
+# The program's own openat, write, renameat... stand in for libc's.
 ipseccfg_test(server_faults
-    SOURCES server_faults.cpp
+    SOURCES server_disk.cpp server_faults.cpp
     LIBRARIES ipseccfg_server server_support)
 
 # The program's own system, kill, sleep... stand in for libc's.

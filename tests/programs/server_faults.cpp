@@ -5,127 +5,42 @@
 #include "RequestStream.h"
 #include "SettingFolder.h"
 
+#include "server_disk.h"
 #include "server_support.h"
 
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <fcntl.h>
-#include <functional>
 #include <gtest/gtest.h>
-#include <optional>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
 
-// Which call is to fail: the n-th of its kind from now on.
-struct Fault {
-    std::string call;
-    int number;
-    int error;
-};
-
-std::optional<Fault> fault;
-int calls = 0;
-std::size_t longestWrite = SIZE_MAX;
-std::function<void()> beforeRename;
-std::vector<std::string> asked; // what was synchronized and renamed
-
-bool fails(const std::string& call)
-{
-    if (!fault || fault->call != call || ++calls != fault->number)
-        return false;
-    errno = fault->error;
-    return true;
-}
-
-} // namespace
-
-extern "C" {
-
-int openat(int folder, const char* path, int flags, ...)
-{
-    std::va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
-    return fails("openat") ? -1
-                           : static_cast<int>(syscall(SYS_openat, folder, path, flags | O_LARGEFILE, mode));
-}
-
-ssize_t write(int fd, const void* data, size_t size)
-{
-    return fails("write") ? -1 : syscall(SYS_write, fd, data, std::min(size, longestWrite));
-}
-
-ssize_t read(int fd, void* data, size_t size)
-{
-    return fails("read") ? -1 : syscall(SYS_read, fd, data, size);
-}
-
-int fsync(int fd)
-{
-    struct stat status = {};
-    asked.emplace_back(fstat(fd, &status) == 0 && S_ISDIR(status.st_mode) ? "fsync folder" : "fsync file");
-    return fails("fsync") ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
-}
-
-int linkat(int from, const char* name, int to, const char* newName, int flags) noexcept
-{
-    return fails("linkat") ? -1 : static_cast<int>(syscall(SYS_linkat, from, name, to, newName, flags));
-}
-
-int symlinkat(const char* target, int folder, const char* name) noexcept
-{
-    return fails("symlinkat") ? -1 : static_cast<int>(syscall(SYS_symlinkat, target, folder, name));
-}
-
-int renameat(int from, const char* name, int to, const char* newName) noexcept
-{
-    asked.emplace_back("rename");
-    if (beforeRename)
-        beforeRename();
-    return fails("renameat") ? -1 : static_cast<int>(syscall(SYS_renameat2, from, name, to, newName, 0));
-}
-
-} // extern "C"
-
-namespace {
-
+using tests::disk;
 using namespace norvale::tamber::systemdata::ipseccfg::configserver;
 using Names = std::vector<std::string>;
 
 class ServerSettingFaults : public ::testing::Test {
 protected:
-    ~ServerSettingFaults() override
+    ~ServerSettingFaults() override { disk = {}; }
+
+    /// Has one call of that name fail, the first one unless told otherwise.
+    static void failAt(const std::string& call, int error, long number = 0)
     {
-        fault.reset();
-        longestWrite = SIZE_MAX;
-        beforeRename = nullptr;
+        disk.failAt(call, error);
+        disk.calls.arm(number);
     }
 
-    static void failAt(const std::string& call, int number, int error)
+    /// Replaces the content; the error's words, or "replaced".
+    static std::string replace(SettingFile file)
     {
-        fault = Fault{call, number, error};
-        calls = 0;
-    }
-
-    /// Replaces the content while a call fails. The error's words; "replaced" if it did not come to that
-    /// call.
-    std::string replaceFailing(const std::string& call, int number, int error)
-    {
-        SettingFile file = folder.locate(path);
-        failAt(call, number, error);
-        std::string outcome = "replaced";
         try {
             file.replace("new content");
         } catch (const std::runtime_error& failure) {
-            outcome = failure.what();
+            return failure.what();
         }
-        fault.reset();
-        return outcome;
+        return "replaced";
     }
 
     tests::TemporaryFolder temporary;
@@ -153,50 +68,63 @@ const struct {
 
 TEST_F(ServerSettingFaults, LeaveTheOldFileWholeAndNothingElse)
 {
-    longestWrite = 4; // several writes a file
+    disk.longestWrite = 4; // several writes a file
     for (const auto& one : FAULTS) {
-        int number = 1;
-        for (;; ++number) {
-            tests::writeFile(path, "old content");
-            const std::string outcome = replaceFailing(one.call, number, one.error);
-            if (outcome == "replaced")
-                break;
+        SCOPED_TRACE(one.call + std::string(": ") + one.words);
+        tests::writeFile(path, "old content");
+        disk.failAt(one.call, one.error);
+        SettingFile file = folder.locate(path);
+        std::string outcome;
+        const auto check = [&](long number) {
             EXPECT_EQ(path + ": " + one.words, outcome);
-            EXPECT_EQ("old content", tests::readFile(path)) << one.call << " " << number;
-            EXPECT_EQ(Names{"engine.conf"}, tests::namesIn(directory)) << one.call << " " << number;
-        }
-        EXPECT_GT(number, 1) << one.call << " was never called";
+            EXPECT_EQ("old content", tests::readFile(path)) << number;
+            EXPECT_EQ(Names{"engine.conf"}, tests::namesIn(directory)) << number;
+            file = folder.locate(path);
+        };
+        const auto attempt = [&] { outcome = replace(std::move(file)); };
+        EXPECT_LT(0, tests::failEach(disk.calls, attempt, check)) << "was never called";
+        EXPECT_EQ("replaced", outcome);
     }
 }
 
 TEST_F(ServerSettingFaults, LeaveNothingWhereThereWasNothing)
 {
     for (const auto& one : FAULTS) {
-        int number = 1;
-        for (; replaceFailing(one.call, number, one.error) != "replaced"; ++number)
-            EXPECT_EQ(Names{}, tests::namesIn(directory)) << one.call << " " << number;
-        EXPECT_GT(number, 1) << one.call << " was never called";
-        EXPECT_EQ("new content", tests::readFile(path)) << one.call;
+        SCOPED_TRACE(one.call + std::string(": ") + one.words);
+        disk.failAt(one.call, one.error);
+        SettingFile file = folder.locate(path);
+        const auto check = [&](long number) {
+            EXPECT_EQ(Names{}, tests::namesIn(directory)) << number;
+            file = folder.locate(path);
+        };
+        const auto attempt = [&] { replace(std::move(file)); };
+        EXPECT_LT(0, tests::failEach(disk.calls, attempt, check)) << "was never called";
+        EXPECT_EQ("new content", tests::readFile(path));
         unlink(path.c_str());
     }
 }
 
 TEST_F(ServerSettingFaults, DoNotIncludeInterruptionsAndShortWrites)
 {
-    longestWrite = 1;
-    EXPECT_EQ("replaced", replaceFailing("write", 1, EINTR));
-    EXPECT_EQ("replaced", replaceFailing("write", 5, EINTR));
-    EXPECT_EQ("replaced", replaceFailing("fsync", 1, EINTR));
-    EXPECT_EQ("replaced", replaceFailing("fsync", 2, EINTR));
+    disk.longestWrite = 1;
+    const struct {
+        const char* call;
+        long number;
+    } rows[] = {{"write", 0}, {"write", 4}, {"fsync", 0}, {"fsync", 1}};
+    for (const auto& row : rows) {
+        failAt(row.call, EINTR, row.number);
+        EXPECT_EQ("replaced", replace(folder.locate(path)));
+        EXPECT_TRUE(disk.calls.struck()) << row.call;
+    }
     EXPECT_EQ("new content", tests::readFile(path));
 }
 
 TEST_F(ServerSettingFaults, OfThePowerSupplyFindTheContentOnTheDiskBeforeItsName)
 {
     SettingFile file = folder.locate(path);
-    asked.clear();
+    disk.asked.clear();
     file.replace("new content");
-    EXPECT_EQ((Names{"fsync file", "rename", "fsync folder"}), asked);
+    EXPECT_EQ((Names{"fsync file", "rename", "fsync folder"}), disk.asked);
 }
 
 TEST_F(ServerSettingFaults, OfAFullDiskDoNotKeepTheOldContentFromComingBack)
@@ -205,7 +133,7 @@ TEST_F(ServerSettingFaults, OfAFullDiskDoNotKeepTheOldContentFromComingBack)
     SettingFile file = folder.locate(path);
     file.replace("new content");
     for (const char* const call : {"openat", "write", "linkat"}) {
-        failAt(call, 1, ENOSPC);
+        failAt(call, ENOSPC);
         file.putBack();
     }
     EXPECT_EQ("old content", tests::readFile(path));
@@ -215,7 +143,7 @@ TEST_F(ServerSettingFaults, LeaveTheRecordOfTheFileInUseAsItWas)
 {
     folder.setInUse(directory + "/a");
     for (const char* const call : {"symlinkat", "renameat"}) {
-        failAt(call, 1, ENOSPC);
+        failAt(call, ENOSPC);
         EXPECT_EQ(directory + "/.current: No space left on device",
                   tests::textThrownBy<std::runtime_error>([this] { folder.setInUse(directory + "/b"); }));
         EXPECT_EQ(directory + "/a", folder.inUse().value_or("none"));
@@ -225,7 +153,7 @@ TEST_F(ServerSettingFaults, LeaveTheRecordOfTheFileInUseAsItWas)
 
 TEST_F(ServerSettingFaults, OfOneFolderAreSaidAsTheyAre)
 {
-    failAt("openat", 1, EACCES);
+    failAt("openat", EACCES);
     const std::string deep = directory + "/below/x";
     ASSERT_EQ(0, mkdir((directory + "/below").c_str(), 0700));
     EXPECT_EQ("setting-file-path: " + deep + ": the folder 'below': Permission denied",
@@ -237,7 +165,7 @@ TEST_F(ServerSettingFaults, OfTheProcessItselfWaitUntilTheFileIsWhole)
     SettingFile file = folder.locate(path);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
         bool pending = false;
-        beforeRename = [&] {
+        disk.beforeRename = [&] {
             EXPECT_EQ(0, raise(signal));
             sigset_t waiting;
             sigpending(&waiting);
@@ -265,11 +193,12 @@ TEST(ServerRequestFaults, DoNotEndARequestThatIsOnlyInterrupted)
         ASSERT_EQ(7, write(ends[1], "request", 7));
         close(ends[1]);
         RequestStream stream(ends[0], 100, std::chrono::seconds(10));
-        fault = Fault{"read", 1, error};
-        calls = 0;
+        disk.failAt("read", error);
+        disk.calls.arm(0);
         std::string text;
         stream >> text;
-        fault.reset();
+        EXPECT_TRUE(disk.calls.struck());
+        disk = {};
         close(ends[0]);
         EXPECT_EQ("request", text);
         EXPECT_EQ("", stream.problem());
