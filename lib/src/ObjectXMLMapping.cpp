@@ -7,6 +7,7 @@
 #include "PayloadBuilder.h"
 
 #include <charconv>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -98,12 +99,17 @@ int toInt(const std::string& text)
     return std::stoi(text, nullptr, 10);
 }
 
+[[noreturn]] void refuseOrphan(const CMember& member)
+{
+    throw std::runtime_error("Nothing to add the member to: " + member.getName());
+}
+
 // What a member belongs to, which an earlier member must have begun.
 template <class Object>
 Object& ownerOf(const CMember& member, const std::shared_ptr<Object>& current)
 {
     if (!current)
-        throw std::runtime_error("Nothing to add the member to: " + member.getName());
+        refuseOrphan(member);
     return *current;
 }
 
@@ -251,12 +257,48 @@ std::string fromHexText(const std::string& text)
     return data;
 }
 
+// An association that grows while it is read. Its proposals are found by number in an index: a request may
+// hold very many of them.
+class GrowingAssociation {
+public:
+    explicit GrowingAssociation(PayloadPtr& association)
+        : association_(association)
+    {
+        if (!association_)
+            return;
+        for (const PayloadPtr& child : association_->getChildren())
+            if (const auto proposal = std::dynamic_pointer_cast<Proposal>(child))
+                proposals_.emplace(proposal->getId(), proposal);
+    }
+
+    void begin()
+    {
+        if (!association_)
+            association_ = createSecurityAssociation();
+    }
+
+    PayloadPtr proposal(int id)
+    {
+        PayloadPtr& known = proposals_[id];
+        if (!known) {
+            const auto proposal = std::static_pointer_cast<Proposal>(createProposal());
+            proposal->setId(id);
+            association_->add(proposal);
+            known = proposal;
+        }
+        return known;
+    }
+
+private:
+    PayloadPtr& association_;
+    std::map<int, PayloadPtr> proposals_;
+};
+
 // Where the reading of the two associations stands. A structure may go on with what the one before it began.
 class AssociationReader {
 public:
     AssociationReader(PayloadPtr& phase1, PayloadPtr& phase2)
-        : phase1_(phase1)
-        , phase2_(phase2)
+        : phases_{GrowingAssociation(phase1), GrowingAssociation(phase2)}
     {}
 
     void read(const CMember& member)
@@ -279,28 +321,17 @@ private:
     {
         if (phase != 1 && phase != 2)
             return;
-        PayloadPtr& association = phase == 1 ? phase1_ : phase2_;
-        if (!association)
-            association = createSecurityAssociation();
-        association_ = association;
+        phase_ = &phases_[phase - 1];
+        phase_->begin();
     }
 
     void selectProposal(const CMember& member)
     {
         proposal_.reset();
         const int id = toInt(member.getValue());
-        Payload& association = ownerOf(member, association_);
-        for (const PayloadPtr& child : association.getChildren()) {
-            const auto proposal = std::dynamic_pointer_cast<Proposal>(child);
-            if (proposal && proposal->getId() == id) {
-                proposal_ = proposal;
-                return;
-            }
-        }
-        const auto proposal = std::static_pointer_cast<Proposal>(createProposal());
-        proposal->setId(id);
-        association.add(proposal);
-        proposal_ = proposal;
+        if (phase_ == nullptr)
+            refuseOrphan(member);
+        proposal_ = phase_->proposal(id);
     }
 
     void beginTransform(const CMember& member)
@@ -330,9 +361,8 @@ private:
         transform.add(createAuthenticationMethod(method, fromHexText(values[1])));
     }
 
-    PayloadPtr& phase1_;
-    PayloadPtr& phase2_;
-    PayloadPtr association_;
+    GrowingAssociation phases_[2];
+    GrowingAssociation* phase_ = nullptr;
     PayloadPtr proposal_;
     PayloadPtr transform_;
 };

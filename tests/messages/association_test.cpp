@@ -1,5 +1,6 @@
 // The security association message and the visitor that writes attributes.
 
+#include "Growth.h"
 #include "MessageTest.h"
 
 #include "PayloadBuilder.h"
@@ -256,6 +257,35 @@ TEST_F(AssociationMessage, EndsTheStructureQuietlyAtANumberThatDoesNotFitAnInt)
                                               "3 1\nkey-length 3 99999999999\nenc-algo 3 1\n}\n");
     EXPECT_EQ("SecurityAssociation: \nproposalID: 1\ntransformID: 1\n\n\n",
               associations.getPhase1SA()->to_string());
+}
+
+// A request may hold as many proposals as it has room for.
+TEST_F(AssociationMessage, ReadsItsProposalsInLinearTime)
+{
+    const auto secondsToRead = [this](std::size_t proposals) {
+        std::string text = "{\ntable-id 3 1\nphase-id 3 1\n";
+        for (std::size_t id = 0; id < proposals; ++id)
+            text += "proposal-id 3 " + std::to_string(id) + "\n";
+        array_ = std::make_unique<CArrayParser>();
+        memory_platform::addTo(*array_, text + "}\n");
+        return secondsFor([this, proposals] {
+            SecurityAssociationDeserializer message;
+            run(message);
+            EXPECT_EQ(proposals, message.getPhase1SA()->getNumberOfChildren());
+        });
+    };
+    EXPECT_GT(8, growthOf(secondsToRead, 1000));
+}
+
+TEST_F(AssociationMessage, GoesOnWithTheProposalsThatItHasReadBefore)
+{
+    const std::string structure = "{\ntable-id 3 1\nphase-id 3 1\nproposal-id 3 7\ntransform-id 3 1\n}\n";
+    memory_platform::addTo(*array_, structure);
+    SecurityAssociationDeserializer message;
+    run(message);
+    run(message);
+    EXPECT_EQ("SecurityAssociation: \nproposalID: 7\ntransformID: 1\n\ntransformID: 1\n\n\n",
+              message.getPhase1SA()->to_string());
 }
 
 TEST_F(AssociationMessage, NamesAMemberThatComesBeforeWhatItBelongsTo)
