@@ -50,8 +50,7 @@ int XmlRpcReceivePolicy::execute(IPsecPolicy& policy, FilterSet& defaultRules,
     defaultRules = rules.getDefaultFilterRules();
     policy.setPhase1SA(associations.getPhase1SA());
     policy.setPhase2SA(associations.getPhase2SA());
-    for (const FilterRulePtr& rule : rules.getUsedFilterRules())
-        policy.addFilter(rule);
+    policy.addFilters_(rules.getUsedFilterRules());
     certificates = read<CertificateDeserializer>(request).getCertificates();
     return scenario.getType();
 }
