@@ -5,6 +5,7 @@
 #include "requester_support.h"
 
 #include <csignal>
+#include <ctime>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <poll.h>
@@ -12,7 +13,6 @@
 #include <string_view>
 #include <sys/socket.h>
 #include <system_error>
-#include <time.h>
 #include <vector>
 
 namespace {
