@@ -3,26 +3,9 @@
 #include "IPsecPolicy.h"
 
 #include <algorithm>
-#include <set>
 #include <stdexcept>
-#include <utility>
 
 namespace norvale::tamber::systemdata::ipseccfg::common {
-
-namespace {
-
-void requireUse(const FilterRulePtr& rule)
-{
-    if (rule->getFilterType() != FilterRule::Use)
-        throw std::runtime_error("Filter type is not 'Use'");
-}
-
-[[noreturn]] void refuseDuplicate(const std::string& srcIp, const std::string& dstIp)
-{
-    throw std::runtime_error("Detect duplicates of key: src addr: " + srcIp + " :dst addr: " + dstIp);
-}
-
-} // namespace
 
 FilterFinder::FilterFinder(const std::string& srcIp, const std::string& dstIp)
     : srcIp_(srcIp)
@@ -85,7 +68,9 @@ PayloadPtr IPsecPolicy::getPhase2SA() const
 
 void IPsecPolicy::addFilter(const FilterRulePtr& rule)
 {
-    requireUse(rule);
+    if (rule->getFilterType() != FilterRule::Use)
+        throw std::runtime_error("Filter type is not 'Use'");
+
     const std::string srcIp = rule->getSrcIpAddress();
     const std::string dstIp = rule->getDstIpAddress();
     FilterFinder sameAddresses(srcIp, dstIp);
@@ -93,23 +78,8 @@ void IPsecPolicy::addFilter(const FilterRulePtr& rule)
     // them.
     for (const FilterRulePtr& stored : filters_)
         if (sameAddresses(stored))
-            refuseDuplicate(srcIp, dstIp);
+            throw std::runtime_error("Detect duplicates of key: src addr: " + srcIp + " :dst addr: " + dstIp);
     filters_.push_back(rule);
-}
-
-void IPsecPolicy::addFilters_(const FilterSet& rules)
-{
-    std::set<std::pair<std::string, std::string>> addresses;
-    for (const FilterRulePtr& stored : filters_)
-        if (stored->getFilterType() == FilterRule::Use)
-            addresses.emplace(stored->getSrcIpAddress(), stored->getDstIpAddress());
-    for (const FilterRulePtr& rule : rules) {
-        requireUse(rule);
-        const auto [added, isNew] = addresses.emplace(rule->getSrcIpAddress(), rule->getDstIpAddress());
-        if (!isNew)
-            refuseDuplicate(added->first, added->second);
-        filters_.push_back(rule);
-    }
 }
 
 void IPsecPolicy::deleteFilter(const FilterRulePtr& rule)

@@ -74,13 +74,7 @@ public:
     const std::string& getNsName() const;
 
 private:
-    friend class XmlRpcReceivePolicy;
-
     static int POLICY_ID;
-
-    /// addFilter for one rule after the other, in a time that grows with their number and not with its
-    /// square: a request that was received may hold very many.
-    void addFilters_(const FilterSet& rules);
 
     int policyID_;
     PayloadPtr phase1_;

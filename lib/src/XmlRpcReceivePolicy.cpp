@@ -50,7 +50,8 @@ int XmlRpcReceivePolicy::execute(IPsecPolicy& policy, FilterSet& defaultRules,
     defaultRules = rules.getDefaultFilterRules();
     policy.setPhase1SA(associations.getPhase1SA());
     policy.setPhase2SA(associations.getPhase2SA());
-    policy.addFilters_(rules.getUsedFilterRules());
+    for (const FilterRulePtr& rule : rules.getUsedFilterRules())
+        policy.addFilter(rule);
     certificates = read<CertificateDeserializer>(request).getCertificates();
     return scenario.getType();
 }

@@ -1,7 +1,6 @@
 // The policy receiver: what it hands out, in which order, and what stays after a failure.
 
 #include "Exceptions.h"
-#include "Growth.h"
 #include "MemoryPlatform.h"
 #include "ObjectXMLMapping.h"
 #include "PayloadBuilder.h"
@@ -175,22 +174,6 @@ TEST_F(PolicyReceiver, KeepsWhatItHandedOutBeforeABadCertificate)
                   receive(scenario("1") + rule("3", "new") + ROOT_CA + "{\ntable-id 3 3\ncert-kind 3 x\n}\n");
               }));
     EXPECT_EQ("/new|1|red|held,new,||held.pem,", held());
-}
-
-// A request may hold as many rules as it has room for.
-TEST_F(PolicyReceiver, AddsUsedRulesInLinearTime)
-{
-    const auto secondsToReceive = [this](std::size_t rules) {
-        std::string request = scenario("1");
-        for (std::size_t number = 0; number < rules; ++number)
-            request += rule("3", std::to_string(number));
-        return secondsFor([&] {
-            policy_ = IPsecPolicy();
-            receive(request);
-            EXPECT_EQ(rules, policy_.getFilterRules().size());
-        });
-    };
-    EXPECT_GT(8, growthOf(secondsToReceive, 1000));
 }
 
 TEST_F(PolicyReceiver, LeavesTheRestOfTheStreamForTheNextRequest)
