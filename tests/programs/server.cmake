@@ -37,3 +37,15 @@ ipseccfg_test(server_process
                 SYSLOG_CAPTURE_LIBRARY="$<TARGET_FILE:syslog_capture>"
     PROPERTIES RESOURCE_LOCK ready-file)
 add_dependencies(server_process systemdataIPsecCfgServer standalone syslog_capture)
+
+# Starts the server with what no friendly caller leaves behind.
+add_executable(hostile_caller hostile_caller.cpp)
+target_link_libraries(hostile_caller PRIVATE ipseccfg_build)
+
+ipseccfg_test(server_attacks
+    SOURCES server_attacks.cpp
+    LIBRARIES server_support
+    DEFINITIONS SERVER="$<TARGET_FILE:systemdataIPsecCfgServer>" STANDALONE="$<TARGET_FILE:standalone>"
+                SYSLOG_CAPTURE_LIBRARY="$<TARGET_FILE:syslog_capture>" HOSTILE_CALLER="$<TARGET_FILE:hostile_caller>"
+    PROPERTIES RESOURCE_LOCK ready-file)
+add_dependencies(server_attacks systemdataIPsecCfgServer standalone syslog_capture hostile_caller)

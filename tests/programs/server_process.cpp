@@ -1,6 +1,6 @@
 // The real server with the real standalone engine, as processes.
 
-#include "server_support.h"
+#include "ServerProcess.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -16,76 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-
-class ServerProcess : public ::testing::Test {
-protected:
-    ServerProcess()
-    {
-        fs::remove("/tmp/quicksec.ready");
-        configure();
-    }
-
-    ~ServerProcess() override
-    {
-        const pid_t pid = enginePid();
-        if (pid > 0 && engineLives())
-            kill(pid, SIGKILL);
-        fs::remove("/tmp/quicksec.ready");
-    }
-
-    void configure(const std::string& top = "", const std::string& end = "")
-    {
-        tests::writeFile(file, "engine = \"standalone\"\nsetting-directory = \"" + directory + "\"\n" + top +
-                                   "[service]\ncommand = \"" STANDALONE "\"\npid-file = \"" + pidFile +
-                                   "\"\nstop-signal = \"TERM\"\nreconfigure-signal = \"HUP\"\n" + end);
-    }
-
-    std::vector<std::string> environment() const
-    {
-        return {"IPSECCFG_SERVER_CONFIG=" + file,
-                std::string("LD_PRELOAD=") + SYSLOG_CAPTURE_LIBRARY,
-                "SYSLOG_CAPTURE=" + logFile,
-                "ASAN_OPTIONS=verify_asan_link_order=0",
-                "PATH=/nowhere",
-                "IFS=x",
-                "ENV=" + (folder / "env")};
-    }
-
-    /// What the server answers to a request, in words. Its exit status is 0 for any answer.
-    std::string ask(const std::string& request)
-    {
-        tests::Process server({SERVER}, environment());
-        std::thread writer([&] {
-            server.send(request);
-            server.endInput();
-        });
-        const std::string answer = server.readAll();
-        writer.join();
-        EXPECT_EQ(0, server.wait());
-        return tests::inWords(answer);
-    }
-
-    std::string start() { return ask(tests::startText(settingFile)); }
-    std::string restart() { return ask(tests::restartText(settingFile)); }
-    std::string shutDown() { return ask(tests::shutdownText()); }
-
-    pid_t enginePid() const { return tests::pidIn(pidFile); }
-    bool engineLives() const
-    {
-        std::error_code none;
-        const pid_t pid = enginePid();
-        return pid > 0 && tests::lives(pid) &&
-               fs::read_symlink("/proc/" + std::to_string(pid) + "/exe", none) == STANDALONE;
-    }
-    Names files() const { return tests::namesIn(directory); }
-
-    tests::TemporaryFolder folder;
-    const std::string file = folder / "server.toml";
-    const std::string directory = folder / "settings";
-    const std::string settingFile = directory + "/engine.conf";
-    const std::string pidFile = folder / "engine.pid";
-    const std::string logFile = folder / "log";
-};
+using tests::ServerProcess;
 
 TEST_F(ServerProcess, StartsRestartsAndShutsDown)
 {
@@ -234,12 +165,7 @@ TEST_F(ServerProcess, SaysThatAModuleCannotBeLoaded)
 
 TEST_F(ServerProcess, SaysThatTheEngineCannotBeStarted)
 {
-    tests::writeFile(folder / "engine", "#!/bin/sh\nexit 3\n");
-    fs::permissions(folder / "engine", fs::perms::owner_all);
-    configure();
-    std::string text = tests::readFile(file);
-    tests::replaceAll(text, STANDALONE, folder / "engine");
-    tests::writeFile(file, text + "[modules]\ninterval-us = 0\n");
+    configureScript("exit 3\n");
     EXPECT_EQ("failure: Can't start service", start());
     EXPECT_EQ(Names{}, files());
 }
@@ -248,24 +174,15 @@ TEST_F(ServerProcess, TellsWhyTheEngineDidNotStart)
 {
     // The engine reads another file than the one that the server wrote.
     tests::writeFile(folder / "broken.conf", "{}");
-    tests::writeFile(folder / "engine", "#!/bin/sh\nexec " STANDALONE " --setting-file " +
-                                            (folder / "broken.conf") +
-                                            " --pid-file \"$4\" --reason-file \"$6\"\n");
-    fs::permissions(folder / "engine", fs::perms::owner_all);
-    std::string text = tests::readFile(file);
-    tests::replaceAll(text, STANDALONE, folder / "engine");
-    tests::writeFile(file, text + "[modules]\nretry = 1\ninterval-us = 0\n");
+    configureScript("exec " STANDALONE " --setting-file " + (folder / "broken.conf") +
+                    " --pid-file \"$4\" --reason-file \"$6\"\n");
     EXPECT_EQ("failure: Can't start service: " + (folder / "broken.conf") + ": format: is missing", start());
     EXPECT_EQ(Names{}, files());
 }
 
 TEST_F(ServerProcess, LetsNoCommandWriteIntoItsAnswer)
 {
-    tests::writeFile(folder / "engine", "#!/bin/sh\necho noise\ncat\nexit 1\n");
-    fs::permissions(folder / "engine", fs::perms::owner_all);
-    std::string text = tests::readFile(file);
-    tests::replaceAll(text, STANDALONE, folder / "engine");
-    tests::writeFile(file, text + "[modules]\nretry = 1\ninterval-us = 0\n");
+    configureScript("echo noise\ncat\nexit 1\n");
     EXPECT_EQ("failure: Can't start service", start());
 }
 

@@ -1,0 +1,200 @@
+// What a local caller without rights may try on the server: the real server, started by a hostile caller.
+
+#include "ServerProcess.h"
+
+#include "PayloadBuilder.h"
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace norvale::tamber::systemdata::ipseccfg::common;
+using Names = std::vector<std::string>;
+
+class ServerAttack : public tests::ServerProcess {
+protected:
+    /// Starts the server after the directives of hostile_caller.
+    static Names caller(Names directives)
+    {
+        directives.insert(directives.begin(), HOSTILE_CALLER);
+        directives.emplace_back("--");
+        return directives;
+    }
+
+    std::string startBy(const Names& directives)
+    {
+        return ask(tests::startText(settingFile), caller(directives));
+    }
+};
+
+// What reaches the engine.
+
+TEST_F(ServerAttack, WithTenThousandRulesIsNoneIfTheyAreAllowed)
+{
+    tests::RequestParts parts;
+    parts.settingFile = settingFile;
+    for (int number = 0; number < 10000; ++number) {
+        const auto type = number % 2 == 0 ? FilterRule::Use : FilterRule::Discard;
+        const auto rule = createFilterRule(type, "10.0." + std::to_string(number), "any");
+        rule->setPriority(number % 100);
+        (type == FilterRule::Use ? parts.used : parts.others).push_back(rule);
+    }
+    const std::string request = requestText(parts);
+    ASSERT_LT(4194304U, request.size());
+    EXPECT_EQ("failure: the request is larger than 4194304 bytes", ask(request));
+    configure("max-request-bytes = 8388608\n");
+    EXPECT_EQ("success: the engine was started", ask(request));
+    const std::string settings = tests::readFile(settingFile);
+    EXPECT_NE(std::string::npos, settings.find("\"10.0.0\""));
+    EXPECT_NE(std::string::npos, settings.find("\"10.0.9999\""));
+}
+
+TEST_F(ServerAttack, WithARequestCutOffAfterAnyStructureStartsNothing)
+{
+    const std::string request = tests::startText(settingFile);
+    const std::string end = "</struct></value>";
+    int cuts = 0;
+    for (std::size_t at = request.find(end); at != std::string::npos; at = request.find(end, at + 1)) {
+        ++cuts;
+        EXPECT_EQ("failure: CArrayPaser's parse error", ask(request.substr(0, at + end.size()))) << at;
+    }
+    EXPECT_EQ(8, cuts);
+    EXPECT_FALSE(engineLives());
+    EXPECT_FALSE(tests::exists(directory));
+}
+
+// Many at once.
+
+TEST_F(ServerAttack, ByTwentyCallersAtOnceStartsOneEngine)
+{
+    std::array<std::string, 20> answers;
+    std::vector<std::thread> callers;
+    callers.reserve(answers.size());
+    for (std::string& answer : answers)
+        callers.emplace_back([this, &answer] { answer = start(); });
+    for (std::thread& one : callers)
+        one.join();
+    std::sort(answers.begin(), answers.end());
+    for (std::size_t number = 0; number + 1 < answers.size(); ++number)
+        EXPECT_EQ("failure: the engine is already running", answers.at(number));
+    EXPECT_EQ("success: the engine was started", answers.back());
+    EXPECT_TRUE(engineLives());
+    EXPECT_EQ((Names{".current", "engine.conf"}), files());
+}
+
+// What a caller leaves to the server.
+
+TEST_F(ServerAttack, ThroughClosedStandardDescriptorsReachesNoFile)
+{
+    configureScript("cat >/dev/null; echo noise; echo noise >&2; exit 1\n");
+    for (const Names& closed : {Names{"close=1"}, Names{"close=2"}, Names{"close=1", "close=2"},
+                                Names{"close=0"}, Names{"close=0", "close=1", "close=2"}}) {
+        tests::Process server(
+            [&] {
+                Names command = caller(closed);
+                command.emplace_back(SERVER);
+                return command;
+            }(),
+            environment());
+        server.send(tests::startText(settingFile));
+        server.endInput();
+        server.readAll();
+        EXPECT_EQ(0, server.wait());
+        const bool hasInput = closed.front() != "close=0";
+        EXPECT_EQ(std::string("systemdataIPsecCfgServer(daemon) 3: ") +
+                      (hasInput ? "start: failure: Can't start service\n"
+                                : "request: failure: CArrayPaser's parse error\n"),
+                  tests::readFile(logFile));
+        fs::remove(logFile);
+        EXPECT_EQ(hasInput, tests::exists(directory));
+        EXPECT_EQ(Names{}, hasInput ? files() : Names{});
+        fs::remove_all(directory);
+    }
+}
+
+TEST_F(ServerAttack, WithEverySignalIgnoredAndBlockedChangesNothing)
+{
+    EXPECT_EQ("success: the engine was started", startBy({"ignore-signals", "block-signals"}));
+    EXPECT_EQ("success: the engine was shut down",
+              ask(tests::shutdownText(), caller({"ignore-signals", "block-signals"})));
+}
+
+TEST_F(ServerAttack, WithAMaskThatMasksNothingOpensNoFile)
+{
+    ASSERT_EQ("success: the engine was started", startBy({"umask=0"}));
+    EXPECT_EQ(0700U, tests::modeOf(directory));
+    for (const std::string name : {".lock", "engine.conf"})
+        EXPECT_EQ(0600U, tests::modeOf(directory + "/" + name)) << name;
+    EXPECT_EQ(0644U, tests::modeOf(pidFile));
+}
+
+// The pid file.
+
+TEST_F(ServerAttack, WithThePidFileSignalsNobody)
+{
+    const tests::Process victim({fs::canonical("/bin/sleep"), "1000"});
+    const std::string pid = std::to_string(victim.pid());
+    const std::string other = folder / "other.pid";
+    tests::writeFile(other, pid + "\n");
+    const std::function<void()> attacks[] = {
+        [&] { tests::writeFile(pidFile, pid + "\n"); },
+        [&] { tests::writeFile(pidFile, "-" + pid + "\n"); },
+        [&] { tests::writeFile(pidFile, "-1\n"); },
+        [&] { tests::writeFile(pidFile, "0\n"); },
+        [&] { tests::writeFile(pidFile, "1\n"); },
+        [&] { tests::writeFile(pidFile, std::string(1000000, '9')); },
+        [&] { tests::writeFile(pidFile, std::string(1000000, '0') + pid); },
+        [&] { tests::writeFile(pidFile, pid + std::string("\0 1", 3)); },
+        [&] { ASSERT_EQ(0, symlink(other.c_str(), pidFile.c_str())); },
+        [&] { ASSERT_EQ(0, symlink(pidFile.c_str(), pidFile.c_str())); },
+        [&] { ASSERT_EQ(0, symlink("/dev/zero", pidFile.c_str())); },
+        [&] { ASSERT_EQ(0, mkfifo(pidFile.c_str(), 0600)); },
+        [&] { fs::create_directory(pidFile); },
+    };
+    for (const auto& attack : attacks) {
+        attack();
+        EXPECT_EQ("failure: the engine is not running", shutDown());
+        EXPECT_EQ("failure: the engine is not running", restart());
+        EXPECT_TRUE(tests::lives(victim.pid()));
+        fs::remove(pidFile);
+    }
+}
+
+TEST_F(ServerAttack, WithALinkAsThePidFileHasTheEngineWriteNowhere)
+{
+    tests::writeFile(folder / "victim", "untouched");
+    ASSERT_EQ(0, symlink((folder / "victim").c_str(), pidFile.c_str()));
+    EXPECT_EQ("failure: Can't start service: " + pidFile + ": Too many levels of symbolic links", start());
+    EXPECT_EQ("untouched", tests::readFile(folder / "victim"));
+    EXPECT_EQ(Names{}, files());
+}
+
+// Secrets.
+
+TEST_F(ServerAttack, OnCommandLinesAndEnvironmentsFindsNoSecret)
+{
+    // The engine writes down what the system shows of itself, of the shell that starts it and of the server.
+    configureScript("pid=$$\n"
+                    "while [ \"$pid\" -gt 1 ]; do\n"
+                    "  cat /proc/$pid/cmdline /proc/$pid/environ >>" +
+                    (folder / "seen") +
+                    "\n"
+                    "  pid=$(awk '/^PPid/ {print $2}' /proc/$pid/status)\n"
+                    "done\nexit 1\n");
+    EXPECT_EQ("failure: Can't start service", start());
+    const std::string seen = tests::readFile(folder / "seen");
+    EXPECT_NE(std::string::npos, seen.find(SERVER)) << seen;
+    EXPECT_NE(std::string::npos, seen.find("--setting-file")) << seen;
+    EXPECT_EQ(std::string::npos, seen.find(tests::SECRET)) << seen;
+    EXPECT_EQ(std::string::npos, seen.find("636f7272656374")) << seen; // as it is sent
+}
+
+} // namespace
