@@ -287,6 +287,8 @@ Configuration readConfiguration(const std::string& file, const std::vector<std::
     configuration.settingDirectory = directoryOf(top);
     configuration.maxRequestBytes =
         top.numberOr("max-request-bytes", configuration.maxRequestBytes, 1, LARGEST_REQUEST);
+    configuration.maxRequestTime = std::chrono::seconds(top.numberOr(
+        "max-request-seconds", static_cast<std::size_t>(configuration.maxRequestTime.count()), 1, 3600));
     readService(top.table("service"), configuration);
     readModules(top.tableOr("modules", nothing), configuration);
     top.finish();

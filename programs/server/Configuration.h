@@ -9,6 +9,7 @@
 ///     engine = "standalone"                      # one of the known engines
 ///     setting-directory = "/run/ipseccfg"        # setting files lie below this folder only
 ///     max-request-bytes = 4194304                # may be left out
+///     max-request-seconds = 30                   # may be left out; 1 to 3600
 ///     [service]
 ///     command = "/usr/libexec/ipseccfg/standalone"
 ///     option = ""                                # words for the engine's command line; may be left out
@@ -23,6 +24,7 @@
 ///     install-option = ""                        # words for insmod and rmmod; may be left out
 ///     remove-option = ""
 
+#include <chrono>
 #include <cstddef>
 #include <list>
 #include <string>
@@ -44,6 +46,7 @@ struct Configuration {
     std::string engine;
     std::string settingDirectory; ///< absolute, without "." and ".." and without a slash at its end
     std::size_t maxRequestBytes = DEFAULT_MAX_REQUEST_BYTES;
+    std::chrono::seconds maxRequestTime = std::chrono::seconds(30); ///< until all of a request is there
     std::string serviceCommand; ///< absolute path of the engine's executable
     std::string serviceOption;
     std::string pidFile; ///< absolute

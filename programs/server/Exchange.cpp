@@ -17,9 +17,9 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
 namespace {
 
-Request receive(int input, std::size_t bytes, const Limits& limits)
+Request receive(int input, const Configuration& configuration)
 {
-    RequestStream stream(input, bytes, limits.request);
+    RequestStream stream(input, configuration.maxRequestBytes, configuration.maxRequestTime);
     try {
         return receiveRequest(stream);
     } catch (const std::exception&) {
@@ -35,7 +35,7 @@ std::string carryOut(int input, const std::string& configurationFile, const Limi
                      std::string& scenario)
 {
     const Configuration configuration = readConfiguration(configurationFile, knownEngines());
-    const Request request = receive(input, configuration.maxRequestBytes, limits);
+    const Request request = receive(input, configuration);
     scenario = scenarioName(request.scenario);
     checkRequest(request);
     return Server(configuration, limits).carryOut(request);

@@ -20,12 +20,11 @@
 
 namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
-/// How long the server waits for others. A client waits a minute for its answer, and the engine has 40
-/// seconds of it to get ready.
+/// How long the server waits for others, once it has its request. A client waits a minute for its answer, and
+/// the engine has 40 seconds of it to get ready.
 struct Limits {
-    std::chrono::milliseconds request = std::chrono::seconds(30); ///< for the whole request
-    std::chrono::milliseconds answer = std::chrono::seconds(10);  ///< for the client to take it
-    std::chrono::milliseconds lock = std::chrono::seconds(15);    ///< for other servers
+    std::chrono::milliseconds answer = std::chrono::seconds(10); ///< for the client to take it
+    std::chrono::milliseconds lock = std::chrono::seconds(15);   ///< for other servers
     std::chrono::milliseconds pidFile =
         std::chrono::seconds(2);                               ///< for the engine's pid file once it is ready
     std::chrono::milliseconds stop = std::chrono::seconds(10); ///< for the engine to end

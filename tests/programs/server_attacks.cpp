@@ -17,6 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace norvale::tamber::systemdata::ipseccfg::common;
+using namespace std::chrono_literals;
 using Names = std::vector<std::string>;
 
 class ServerAttack : public tests::ServerProcess {
@@ -69,6 +70,20 @@ TEST_F(ServerAttack, WithARequestCutOffAfterAnyStructureStartsNothing)
     EXPECT_EQ(8, cuts);
     EXPECT_FALSE(engineLives());
     EXPECT_FALSE(tests::exists(directory));
+}
+
+TEST_F(ServerAttack, WithARequestThatTricklesIsAnsweredWhenTheTimeIsUp)
+{
+    configure("max-request-seconds = 1\n");
+    const std::string request = tests::startText(settingFile);
+    tests::Process server({SERVER}, environment());
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::size_t sent = 0; !server.hasAnswered(20ms); ++sent)
+        server.send(request.substr(sent, 1));
+    EXPECT_EQ("failure: the request did not arrive within 1 seconds", tests::inWords(server.readAll()));
+    const auto time = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(1s, time);
+    EXPECT_GT(10s, time);
 }
 
 // Many at once.

@@ -572,11 +572,7 @@ TEST_F(ServerCarryOut, RequestsAreCarriedOutOneAfterTheOther)
 
 class ServerExchange : public ServerCarryOut {
 protected:
-    ServerExchange()
-    {
-        writeConfiguration("max-request-bytes = 100000\n");
-        limits.request = 1000ms;
-    }
+    ServerExchange() { writeConfiguration("max-request-bytes = 100000\nmax-request-seconds = 1\n"); }
 
     void writeConfiguration(const std::string& line)
     {
@@ -677,7 +673,7 @@ TEST_F(ServerExchange, AnswersARequestThatNeverEnds)
 
 TEST_F(ServerExchange, AnswersWithoutWaitingForTheEndOfTheConnection)
 {
-    limits.request = 60s;
+    writeConfiguration("max-request-seconds = 60\n");
     EXPECT_EQ("failure: the engine is not running", answerTo(tests::shutdownText(), false));
 }
 
@@ -685,8 +681,8 @@ TEST_F(ServerExchange, AnswersWhatIsWrongWithItsConfiguration)
 {
     writeConfiguration("colour = \"blue\"\n");
     EXPECT_EQ("failure: " + file +
-                  ":3:1: colour: is not a known key, only: engine, max-request-bytes, modules, service, "
-                  "setting-directory",
+                  ":3:1: colour: is not a known key, only: engine, max-request-bytes, max-request-seconds, "
+                  "modules, service, setting-directory",
               answerTo(tests::startText(settingFile)));
     std::filesystem::remove(file);
     EXPECT_EQ("failure: " + file + ": No such file or directory", answerTo(tests::startText(settingFile)));

@@ -62,6 +62,7 @@ TEST_F(ServerConfiguration, HasDefaultsForAllThatMayBeLeftOut)
     EXPECT_EQ("standalone", configuration.engine);
     EXPECT_EQ("/run/ipseccfg", configuration.settingDirectory);
     EXPECT_EQ(4194304U, configuration.maxRequestBytes);
+    EXPECT_EQ(30, configuration.maxRequestTime.count());
     EXPECT_EQ("/usr/libexec/engine", configuration.serviceCommand);
     EXPECT_EQ("", configuration.serviceOption);
     EXPECT_EQ("/run/engine.pid", configuration.pidFile);
@@ -77,6 +78,7 @@ TEST_F(ServerConfiguration, TakesEveryKey)
     const Configuration configuration = read("engine = \"other\"\n"
                                              "setting-directory = \"/run/x\"\n"
                                              "max-request-bytes = 1000\n"
+                                             "max-request-seconds = 2\n"
                                              "[service]\n"
                                              "command = \"/usr/libexec/engine\"\n"
                                              "option = \"-v --fast\"\n"
@@ -94,6 +96,7 @@ TEST_F(ServerConfiguration, TakesEveryKey)
                                              "path = \"/lib/modules/xfrm_user.o\"\n");
     EXPECT_EQ("other", configuration.engine);
     EXPECT_EQ(1000U, configuration.maxRequestBytes);
+    EXPECT_EQ(2, configuration.maxRequestTime.count());
     EXPECT_EQ("-v --fast", configuration.serviceOption);
     EXPECT_EQ(SIGKILL, configuration.stopSignal);
     EXPECT_EQ(SIGUSR2, configuration.reconfigureSignal);
@@ -154,8 +157,12 @@ TEST_F(ServerConfiguration, SaysWhereItIsWrongAndWhatIsAllowed)
         {with("[service]", "max-request-bytes = 67108865\n[service]"),
          "3:21: max-request-bytes: 67108865 is not allowed, only an integer from 1 to 67108864"},
         {with("[service]", "max-request-byte = 1\n[service]"),
-         "3:1: max-request-byte: is not a known key, only: engine, max-request-bytes, modules, service, "
-         "setting-directory"},
+         "3:1: max-request-byte: is not a known key, only: engine, max-request-bytes, max-request-seconds, "
+         "modules, service, setting-directory"},
+        {with("[service]", "max-request-seconds = 0\n[service]"),
+         "3:23: max-request-seconds: 0 is not allowed, only an integer from 1 to 3600"},
+        {with("[service]", "max-request-seconds = 3601\n[service]"),
+         "3:23: max-request-seconds: 3601 is not allowed, only an integer from 1 to 3600"},
         {"engine = \"other\"\nsetting-directory = \"/run/x\"\n", "1:1: service: is missing"},
         {"engine = \"other\"\nsetting-directory = \"/run/x\"\nservice = 1\n",
          "3:11: service: must be a table"},

@@ -265,6 +265,12 @@ void Process::hangUp()
     close(std::exchange(socket_, -1));
 }
 
+bool Process::hasAnswered(std::chrono::milliseconds time) const
+{
+    pollfd ready = {socket_, POLLIN, 0};
+    return poll(&ready, 1, static_cast<int>(time.count())) > 0;
+}
+
 std::string Process::readAll()
 {
     constexpr int MINUTE = 60000;

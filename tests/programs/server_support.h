@@ -97,6 +97,8 @@ public:
     void endInput();
     /// Closes the socket.
     void hangUp();
+    /// Waits until the other side has sent something or has ended; says whether it did in that time.
+    bool hasAnswered(std::chrono::milliseconds time) const;
     /// Reads until the other side ends; at most for a minute.
     std::string readAll();
     /// Waits for the end. The exit status, or minus the signal.
