@@ -53,8 +53,9 @@ Channel Channel::ofStandardStreams()
     const Descriptor nullOwner(null);
     Descriptor input = duplicateOf(STDIN_FILENO);
     Descriptor output = duplicateOf(STDOUT_FILENO);
-    if (null < 0 || !input || !output || dup2(null, STDIN_FILENO) < 0 || dup2(null, STDOUT_FILENO) < 0)
-        throw std::runtime_error("standard input and output: " + programs::systemText(errno));
+    if (null < 0 || !input || !output || dup2(null, STDIN_FILENO) < 0 || dup2(null, STDOUT_FILENO) < 0 ||
+        dup2(null, STDERR_FILENO) < 0)
+        throw std::runtime_error("standard input and output: " + systemText(errno));
     return {std::move(input), std::move(output)};
 }
 

@@ -18,9 +18,10 @@ public:
     /// @param output where the answer goes to; may be the same open file
     Channel(Descriptor input, Descriptor output);
 
-    /// Takes standard input and output of this process for the channel and leaves /dev/null in their place,
-    /// so that no command that the server runs, and no engine that stays, reads the request, writes into the
-    /// answer or keeps the channel open.
+    /// Takes standard input and output of this process for the channel and leaves /dev/null in their place
+    /// and in that of standard error, so that no command that the server runs, and no engine that stays,
+    /// reads the request, writes into the answer, keeps the channel open or waits for the caller to read what
+    /// it says.
     /// @throws std::runtime_error "standard input and output: WHY"
     static Channel ofStandardStreams();
 

@@ -5,12 +5,14 @@
 //   close=N             descriptor N is closed
 //   stdout=PATH         standard output is that file; stderr=PATH likewise
 //   inherit=PATH        one more descriptor is open
-//   exhaust             every descriptor that the limit allows is open
+//   exhaust             every descriptor that the limit allows is open, but the one that the program needs to start
 //   small-buffer        standard output, a socket, has room for next to nothing
 //   ignore-signals      every signal is ignored; block-signals likewise
 //   alarm=MILLISECONDS  a timer runs that ends whoever does not expect it
 //   limit=NAME:NUMBER   a resource limit that nobody without rights can raise again
-//   nice                least priority
+//   nice                least priority; oom-score=NUMBER likewise for memory
+//   own-group           a process group of its own
+//   folder=PATH         working folder
 //   umask=OCTAL
 
 #include <cerrno>
@@ -84,8 +86,10 @@ void setLimit(const std::string& text)
 
 void exhaust(const std::string& /*value*/)
 {
-    while (open("/dev/null", O_RDONLY) >= 0) {
-    }
+    int last = -1;
+    for (int next = 0; next >= 0; next = open("/dev/null", O_RDONLY))
+        last = next;
+    close(last);
 }
 
 void shrinkBuffer(const std::string& /*value*/)
@@ -106,6 +110,14 @@ const std::map<std::string, std::function<void(const std::string&)>> DIRECTIVES 
     {"alarm", setAlarm},
     {"limit", setLimit},
     {"nice", [](const std::string&) { require(setpriority(PRIO_PROCESS, 0, 19) == 0, "nice"); }},
+    {"oom-score",
+     [](const std::string& score) {
+         const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+         require(write(file, score.data(), score.size()) > 0, "oom_score_adj");
+         close(file);
+     }},
+    {"own-group", [](const std::string&) { require(setpgid(0, 0) == 0, "setpgid"); }},
+    {"folder", [](const std::string& path) { require(chdir(path.c_str()) == 0, path); }},
     {"umask", [](const std::string& mode) { umask(static_cast<mode_t>(std::stoul(mode, nullptr, 8))); }},
 };
 

@@ -9,7 +9,9 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -28,6 +30,22 @@ protected:
         directives.insert(directives.begin(), HOSTILE_CALLER);
         directives.emplace_back("--");
         return directives;
+    }
+
+    static Names callerOfServer(const Names& directives)
+    {
+        Names command = caller(directives);
+        command.emplace_back(SERVER);
+        return command;
+    }
+
+    /// Whether a process sleeps in a read or a poll.
+    static bool waitsForInput(pid_t pid)
+    {
+        const std::string call = tests::readFile("/proc/" + std::to_string(pid) + "/syscall");
+        const int number = std::atoi(call.c_str()); // "running" is 0, as read is
+        return call != "<no file>" && call.find("running") == std::string::npos &&
+               (number == SYS_read || number == SYS_poll || number == SYS_ppoll);
     }
 
     std::string startBy(const Names& directives)
@@ -112,13 +130,7 @@ TEST_F(ServerAttack, ThroughClosedStandardDescriptorsReachesNoFile)
     configureScript("cat >/dev/null; echo noise; echo noise >&2; exit 1\n");
     for (const Names& closed : {Names{"close=1"}, Names{"close=2"}, Names{"close=1", "close=2"},
                                 Names{"close=0"}, Names{"close=0", "close=1", "close=2"}}) {
-        tests::Process server(
-            [&] {
-                Names command = caller(closed);
-                command.emplace_back(SERVER);
-                return command;
-            }(),
-            environment());
+        tests::Process server(callerOfServer(closed), environment());
         server.send(tests::startText(settingFile));
         server.endInput();
         server.readAll();
@@ -149,6 +161,21 @@ TEST_F(ServerAttack, WithAMaskThatMasksNothingOpensNoFile)
     for (const std::string name : {".lock", "engine.conf"})
         EXPECT_EQ(0600U, tests::modeOf(directory + "/" + name)) << name;
     EXPECT_EQ(0644U, tests::modeOf(pidFile));
+}
+
+TEST_F(ServerAttack, WithAStandardErrorThatNobodyReadsKeepsNobodyWaiting)
+{
+    const std::string full = folder / "full";
+    ASSERT_EQ(0, mkfifo(full.c_str(), 0600));
+    const int pipe = open(full.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    while (write(pipe, "x", 1) == 1) {
+    }
+    configureScript("echo noise >&2; exit 1\n");
+    tests::Process server(callerOfServer({"stderr=" + full}), environment());
+    server.send(tests::startText(settingFile));
+    EXPECT_TRUE(server.hasAnswered(10s));
+    EXPECT_EQ("failure: Can't start service", start());
+    close(pipe);
 }
 
 // The pid file.
