@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <sys/stat.h>
+#include <sys/time.h>
 
 namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
@@ -19,12 +20,36 @@ void setEnvironment()
     setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
 }
 
+using Handler = void (*)(int);
+
+Handler handlerOf(int signal)
+{
+    switch (signal) {
+    case SIGPIPE:
+    case SIGXFSZ:
+        return catchSignal;
+    case SIGTSTP:
+    case SIGTTIN:
+    case SIGTTOU:
+        return SIG_IGN;
+    default:
+        return SIG_DFL;
+    }
+}
+
+void stopTimers()
+{
+    const itimerval stopped = {};
+    for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF})
+        setitimer(timer, &stopped, nullptr);
+}
+
 void setSignals()
 {
     struct sigaction action = {};
     sigemptyset(&action.sa_mask);
     for (int signal = 1; signal < NSIG; ++signal) {
-        action.sa_handler = signal == SIGPIPE || signal == SIGXFSZ ? catchSignal : SIG_DFL;
+        action.sa_handler = handlerOf(signal);
         sigaction(signal, &action,
                   nullptr); // fails for the two that nobody can change, and for those of the C library
     }
@@ -44,6 +69,7 @@ std::string configurationFile()
 void leaveCallersSurroundings()
 {
     setEnvironment();
+    stopTimers();
     setSignals();
     umask(S_IRWXG | S_IRWXO);
 }

@@ -18,7 +18,8 @@ std::string configurationFile();
 ///   runs obey it.
 /// - Every signal has its default effect, and none is blocked: a caller may have the end of children ignored.
 ///   Only SIGPIPE and SIGXFSZ (a client that is gone, a limit on file sizes) are caught, so that the write
-///   that caused them fails instead.
+///   that caused them fails instead, and the stop signals of a terminal are ignored, by the commands that the
+///   server runs too: whoever sits there could else keep all others waiting. No timer runs.
 /// - New files are for the server's user alone.
 void leaveCallersSurroundings();
 

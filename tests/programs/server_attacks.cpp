@@ -178,6 +178,31 @@ TEST_F(ServerAttack, WithAStandardErrorThatNobodyReadsKeepsNobodyWaiting)
     close(pipe);
 }
 
+TEST_F(ServerAttack, FromATerminalStopsNoServerThatIsAtWork)
+{
+    ASSERT_EQ(0, mkfifo((folder / "begun").c_str(), 0600));
+    ASSERT_EQ(0, mkfifo((folder / "go").c_str(), 0600));
+    configureScript("echo $$ >" + (folder / "begun") + "; read go <" + (folder / "go") + "; exit 1\n");
+    // Signals of a terminal have no effect on a group that nobody could wake up again.
+    tests::Process server(callerOfServer({"own-group"}), environment());
+    server.send(tests::startText(settingFile));
+    const pid_t engine = std::stoi(tests::readFile(folder / "begun"));
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
+        for (const pid_t pid : {engine, server.pid()})
+            kill(pid, signal);
+    tests::writeFile(folder / "go", "\n");
+    EXPECT_TRUE(server.hasAnswered(10s));
+    kill(-server.pid(), SIGCONT);
+    EXPECT_EQ("failure: Can't start service", tests::inWords(server.readAll()));
+}
+
+TEST_F(ServerAttack, WithATimerEndsNoServerThatIsAtWork)
+{
+    configureScript("sleep 0.5; exit 1\n");
+    EXPECT_EQ("failure: Can't start service", startBy({"alarm=200"}));
+    EXPECT_EQ(Names{}, files());
+}
+
 // The pid file.
 
 TEST_F(ServerAttack, WithThePidFileSignalsNobody)
