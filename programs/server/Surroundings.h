@@ -21,6 +21,10 @@ std::string configurationFile();
 ///   that caused them fails instead, and the stop signals of a terminal are ignored, by the commands that the
 ///   server runs too: whoever sits there could else keep all others waiting. No timer runs.
 /// - New files are for the server's user alone.
+/// - No descriptor is open but the three standard ones.
+/// - What a caller can take away from its descendants, and with it from an engine that stays, is given back as
+///   far as the server has the right to: limits of processor time, memory and file sizes, those of stack and
+///   descriptors below the usual, a lower priority.
 void leaveCallersSurroundings();
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

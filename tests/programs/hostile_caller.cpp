@@ -9,7 +9,7 @@
 //   small-buffer        standard output, a socket, has room for next to nothing
 //   ignore-signals      every signal is ignored; block-signals likewise
 //   alarm=MILLISECONDS  a timer runs that ends whoever does not expect it
-//   limit=NAME:NUMBER   a resource limit that nobody without rights can raise again
+//   limit=NAME:NUMBER   a resource limit that nobody without rights can raise again; soft-limit can be raised
 //   nice                least priority; oom-score=NUMBER likewise for memory
 //   own-group           a process group of its own
 //   folder=PATH         working folder
@@ -76,12 +76,16 @@ void setAlarm(const std::string& milliseconds)
     require(setitimer(ITIMER_REAL, &timer, nullptr) == 0, "setitimer");
 }
 
-void setLimit(const std::string& text)
+void setLimit(const std::string& text, bool hard)
 {
     const std::size_t colon = text.find(':');
-    const auto number = static_cast<rlim_t>(std::stoull(text.substr(colon + 1)));
-    const rlimit limit = {number, number};
-    require(setrlimit(static_cast<__rlimit_resource>(LIMITS.at(text.substr(0, colon))), &limit) == 0, text);
+    const auto resource = static_cast<decltype(RLIMIT_CPU)>(LIMITS.at(text.substr(0, colon)));
+    rlimit limit = {};
+    getrlimit(resource, &limit);
+    limit.rlim_cur = static_cast<rlim_t>(std::stoull(text.substr(colon + 1)));
+    if (hard)
+        limit.rlim_max = limit.rlim_cur;
+    require(setrlimit(resource, &limit) == 0, text);
 }
 
 void exhaust(const std::string& /*value*/)
@@ -108,7 +112,8 @@ const std::map<std::string, std::function<void(const std::string&)>> DIRECTIVES 
     {"ignore-signals", ignoreSignals},
     {"block-signals", blockSignals},
     {"alarm", setAlarm},
-    {"limit", setLimit},
+    {"limit", [](const std::string& limit) { setLimit(limit, true); }},
+    {"soft-limit", [](const std::string& limit) { setLimit(limit, false); }},
     {"nice", [](const std::string&) { require(setpriority(PRIO_PROCESS, 0, 19) == 0, "nice"); }},
     {"oom-score",
      [](const std::string& score) {

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -46,6 +47,20 @@ protected:
         const int number = std::atoi(call.c_str()); // "running" is 0, as read is
         return call != "<no file>" && call.find("running") == std::string::npos &&
                (number == SYS_read || number == SYS_poll || number == SYS_ppoll);
+    }
+
+    std::string limitsOfEngine() const
+    {
+        return tests::readFile("/proc/" + std::to_string(enginePid()) + "/limits");
+    }
+
+    /// Whether this process has one of root's rights.
+    static bool has(int capability)
+    {
+        const std::string label = "\nCapEff:\t";
+        const std::string status = tests::readFile("/proc/self/status");
+        return (std::stoull(status.substr(status.find(label) + label.size()), nullptr, 16) >> capability &
+                1U) != 0;
     }
 
     std::string startBy(const Names& directives)
@@ -201,6 +216,52 @@ TEST_F(ServerAttack, WithATimerEndsNoServerThatIsAtWork)
     configureScript("sleep 0.5; exit 1\n");
     EXPECT_EQ("failure: Can't start service", startBy({"alarm=200"}));
     EXPECT_EQ(Names{}, files());
+}
+
+TEST_F(ServerAttack, WithDescriptorsOfItsOwnLeavesTheServerEnough)
+{
+    configureScript("ls -l /proc/self/fd >" + (folder / "seen") + "; exit 1\n");
+    tests::writeFile(folder / "inherited", "");
+    EXPECT_EQ("failure: Can't start service",
+              startBy({"limit=nofile:64", "inherit=" + (folder / "inherited"), "exhaust"}));
+    const std::string seen = tests::readFile(folder / "seen");
+    EXPECT_NE(std::string::npos, seen.find("0 -> /dev/null")) << seen;
+    EXPECT_EQ(std::string::npos, seen.find("inherited")) << seen;
+}
+
+TEST_F(ServerAttack, WithLimitsAndPrioritiesOfItsOwnLimitsNoEngine)
+{
+    ASSERT_EQ("success: the engine was started",
+              startBy({"soft-limit=cpu:1", "soft-limit=fsize:0", "soft-limit=nofile:5",
+                       "soft-limit=stack:1000000", "oom-score=1000"}));
+    const std::string limits = limitsOfEngine();
+    for (const std::string limit :
+         {"Max cpu time              unlimited ", "Max file size             unlimited ",
+          "Max stack size            8388608 ", "Max open files            1024 "})
+        EXPECT_NE(std::string::npos, limits.find(limit)) << limit << '\n' << limits;
+    EXPECT_EQ("0\n", tests::readFile("/proc/" + std::to_string(enginePid()) + "/oom_score_adj"));
+}
+
+TEST_F(ServerAttack, WithLimitsThatOnlyRootCanRaiseLimitsNoEngineOfRoot)
+{
+    if (!has(CAP_SYS_RESOURCE))
+        GTEST_SKIP() << "only root can raise these limits again, if it has all of its rights";
+    ASSERT_EQ("success: the engine was started",
+              startBy({"limit=cpu:1", "limit=fsize:0", "limit=nofile:5", "limit=stack:1000000"}));
+    const std::string limits = limitsOfEngine();
+    for (const std::string limit : {"Max cpu time              unlimited            unlimited ",
+                                    "Max file size             unlimited            unlimited ",
+                                    "Max stack size            8388608              unlimited ",
+                                    "Max open files            1024                 4096 "})
+        EXPECT_NE(std::string::npos, limits.find(limit)) << limit << '\n' << limits;
+}
+
+TEST_F(ServerAttack, WithLeastPriorityHasNoEngineOfLeastPriority)
+{
+    if (!has(CAP_SYS_NICE))
+        GTEST_SKIP() << "only root can raise a priority again";
+    ASSERT_EQ("success: the engine was started", startBy({"nice"}));
+    EXPECT_EQ(0, getpriority(PRIO_PROCESS, static_cast<id_t>(enginePid())));
 }
 
 // The pid file.
