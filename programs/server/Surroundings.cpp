@@ -9,6 +9,7 @@
 #include <fstream>
 #include <memory>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -65,6 +66,16 @@ void setSignals()
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+void keepMemoryPrivate()
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_CORE, &limit);
+    limit.rlim_cur = 0;
+    setrlimit(RLIMIT_CORE, &limit);
+    // A limit alone does not count where cores go to a program.
+    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
 }
 
 void closeInheritedDescriptors()
@@ -137,6 +148,7 @@ void leaveCallersSurroundings()
     stopTimers();
     setSignals();
     umask(S_IRWXG | S_IRWXO);
+    keepMemoryPrivate();
     closeInheritedDescriptors();
     raiseLimits();
     raisePriority();

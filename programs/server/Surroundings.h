@@ -20,7 +20,8 @@ std::string configurationFile();
 ///   Only SIGPIPE and SIGXFSZ (a client that is gone, a limit on file sizes) are caught, so that the write
 ///   that caused them fails instead, and the stop signals of a terminal are ignored, by the commands that the
 ///   server runs too: whoever sits there could else keep all others waiting. No timer runs.
-/// - New files are for the server's user alone.
+/// - New files are for the server's user alone. The server leaves no core and can be looked into by root only:
+///   it holds keys. The engine leaves no core unless it raises the limit itself.
 /// - No descriptor is open but the three standard ones.
 /// - What a caller can take away from its descendants, and with it from an engine that stays, is given back as
 ///   far as the server has the right to: limits of processor time, memory and file sizes, those of stack and

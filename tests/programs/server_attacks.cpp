@@ -12,7 +12,6 @@
 #include <linux/capability.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -38,15 +37,6 @@ protected:
         Names command = caller(directives);
         command.emplace_back(SERVER);
         return command;
-    }
-
-    /// Whether a process sleeps in a read or a poll.
-    static bool waitsForInput(pid_t pid)
-    {
-        const std::string call = tests::readFile("/proc/" + std::to_string(pid) + "/syscall");
-        const int number = std::atoi(call.c_str()); // "running" is 0, as read is
-        return call != "<no file>" && call.find("running") == std::string::npos &&
-               (number == SYS_read || number == SYS_poll || number == SYS_ppoll);
     }
 
     std::string limitsOfEngine() const
@@ -262,6 +252,30 @@ TEST_F(ServerAttack, WithLeastPriorityHasNoEngineOfLeastPriority)
         GTEST_SKIP() << "only root can raise a priority again";
     ASSERT_EQ("success: the engine was started", startBy({"nice"}));
     EXPECT_EQ(0, getpriority(PRIO_PROCESS, static_cast<id_t>(enginePid())));
+}
+
+TEST_F(ServerAttack, ByAnAbortLeavesNoCoreWithSecrets)
+{
+    const std::string request = tests::startText(settingFile);
+    const auto leavesACore = [&](const std::string& program) {
+        Names command = caller({"soft-limit=core:100000000", "folder=" + folder.path()});
+        command.push_back(program);
+        tests::Process process(command, environment());
+        process.send(request.substr(0, request.size() - 1));
+        EXPECT_TRUE(tests::eventually([&] { return process.hasReadAll(); }));
+        process.signal(SIGQUIT);
+        EXPECT_EQ(-SIGQUIT, process.wait());
+        return process.hasLeftACore();
+    };
+    if (!leavesACore("/bin/cat"))
+        GTEST_SKIP() << "this machine writes no cores";
+    EXPECT_FALSE(leavesACore(SERVER));
+}
+
+TEST_F(ServerAttack, ByAnAbortOfTheEngineLeavesNoCoreWithSecrets)
+{
+    ASSERT_EQ("success: the engine was started", startBy({"soft-limit=core:100000000"}));
+    EXPECT_NE(std::string::npos, limitsOfEngine().find("Max core file size        0 "));
 }
 
 // The pid file.

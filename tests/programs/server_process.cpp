@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <thread>
@@ -15,6 +16,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using Names = std::vector<std::string>;
 using tests::ServerProcess;
 
@@ -128,19 +130,15 @@ TEST_F(ServerProcess, WaitsForAServerThatIsAtWork)
     fs::create_directory(directory);
     const int lock = open((directory + "/.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     ASSERT_EQ(0, flock(lock, LOCK_EX));
+    const int watch = inotify_init1(IN_CLOEXEC);
+    ASSERT_LE(0, inotify_add_watch(watch, (directory + "/.lock").c_str(), IN_OPEN));
     tests::Process server({SERVER}, environment());
     server.send(tests::shutdownText());
     server.endInput();
-    const std::string waits = "/proc/" + std::to_string(server.pid()) + "/fd";
-    ASSERT_TRUE(tests::eventually([&] {
-        for (const auto& entry : fs::directory_iterator(waits)) {
-            std::error_code gone;
-            if (fs::read_symlink(entry.path(), gone) == directory + "/.lock")
-                return true;
-        }
-        return false;
-    }));
-    EXPECT_TRUE(tests::lives(server.pid()));
+    inotify_event opened = {};
+    EXPECT_EQ(static_cast<ssize_t>(sizeof opened), read(watch, &opened, sizeof opened));
+    close(watch);
+    EXPECT_FALSE(server.hasAnswered(50ms));
     close(lock);
     EXPECT_EQ("failure: the engine is not running", tests::inWords(server.readAll()));
 }

@@ -12,10 +12,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <linux/sockios.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -265,6 +267,12 @@ void Process::hangUp()
     close(std::exchange(socket_, -1));
 }
 
+bool Process::hasReadAll() const
+{
+    int unread = 0;
+    return ioctl(socket_, SIOCOUTQ, &unread) == 0 && unread == 0;
+}
+
 bool Process::hasAnswered(std::chrono::milliseconds time) const
 {
     pollfd ready = {socket_, POLLIN, 0};
@@ -294,6 +302,11 @@ int Process::wait()
         status_ = status;
     }
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
+}
+
+bool Process::hasLeftACore() const
+{
+    return WIFSIGNALED(status_) && WCOREDUMP(status_);
 }
 
 void Process::signal(int number)

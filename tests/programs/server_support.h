@@ -97,12 +97,16 @@ public:
     void endInput();
     /// Closes the socket.
     void hangUp();
+    /// Whether the other side has read all that was sent.
+    bool hasReadAll() const;
     /// Waits until the other side has sent something or has ended; says whether it did in that time.
     bool hasAnswered(std::chrono::milliseconds time) const;
     /// Reads until the other side ends; at most for a minute.
     std::string readAll();
     /// Waits for the end. The exit status, or minus the signal.
     int wait();
+    /// Whether the end left a core, once waited for.
+    bool hasLeftACore() const;
     void signal(int number);
 
 private:
