@@ -55,7 +55,7 @@ Channel Channel::ofStandardStreams()
     Descriptor output = duplicateOf(STDOUT_FILENO);
     if (null < 0 || !input || !output || dup2(null, STDIN_FILENO) < 0 || dup2(null, STDOUT_FILENO) < 0 ||
         dup2(null, STDERR_FILENO) < 0)
-        throw std::runtime_error("standard input and output: " + systemText(errno));
+        throw std::runtime_error("standard input and output: " + programs::systemText(errno));
     return {std::move(input), std::move(output)};
 }
 
