@@ -61,14 +61,11 @@ public:
         check(posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_WRONLY, 0));
     }
 
+    void closeOthers()
+    {
 #ifdef SYSTEMDATA_REQUESTER_HAS_CLOSEFROM
-    void closeOthers()
-    {
         check(posix_spawn_file_actions_addclosefrom_np(&actions_, FIRST_OTHER_DESCRIPTOR));
-    }
 #else
-    void closeOthers()
-    {
         const std::unique_ptr<DIR, int (*)(DIR*)> open(opendir("/proc/self/fd"), closedir);
         if (!open)
             check(errno);
@@ -78,8 +75,8 @@ public:
             if (descriptor >= FIRST_OTHER_DESCRIPTOR)
                 check(posix_spawn_file_actions_addclose(&actions_, static_cast<int>(descriptor)));
         }
-    }
 #endif
+    }
 
 private:
     posix_spawn_file_actions_t actions_;
