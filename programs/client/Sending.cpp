@@ -25,13 +25,18 @@ namespace {
 
 using common::ResultCommand;
 
-bool hasMember(parser::CParser& structure, const std::string& name)
+// Whether a structure is a result as the library reads it: up to the number of another message.
+bool hasResult(parser::CParser& structure)
 {
     structure.positionToFirstMember();
     try {
-        while (structure.getNextMember().getName() != name) {
+        for (;;) {
+            const parser::CMember& member = structure.getNextMember();
+            if (member.getName() == "status")
+                return true;
+            if (member.getName() == "table-id" && member.getValue() != ResultCommand::TABLE_ID_VALUE)
+                return false;
         }
-        return true;
     } catch (const std::out_of_range&) {
         return false; // past the last member
     }
@@ -42,7 +47,7 @@ bool hasMember(parser::CParser& structure, const std::string& name)
 void requireResult(parser::CArrayParser& response)
 {
     for (parser::CParser* const structure : response.getElements())
-        if (hasMember(*structure, "status"))
+        if (hasResult(*structure))
             return;
     throw std::runtime_error("the answer has no result");
 }

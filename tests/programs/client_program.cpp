@@ -170,6 +170,9 @@ TEST_F(Answers, OfAnUnknownStatusAreFailures)
     EXPECT_EQ("ipseccfgctl: start: refused by the server: the server answered with the unknown status 5: "
               "half done\n",
               start.err);
+    serverAnswers(result("5", ""));
+    EXPECT_EQ("ipseccfgctl: start: refused by the server: the server answered with the unknown status 5\n",
+              run({"start", policy_}).err);
 }
 
 TEST_F(Answers, ArePrintedWholeOnlyWithVerbose)
@@ -199,12 +202,22 @@ TEST_F(Answers, ThatAreNoneEndTheProgramWith3)
     const std::string half = "cat > /dev/null; printf '%s' '" + result0.substr(0, result0.size() / 2) + "'";
     const std::string empty = "cat > /dev/null; printf '%s' '" + response("") + "'";
     const std::string noNumber = "cat > /dev/null; printf '%s' '" + result("", "fine") + "'";
+    const std::string noStatus = "cat > /dev/null; printf '%s' '" +
+                                 response("<value><struct>" + member("table-id", "int", "4") +
+                                          member("detail", "string", "fine") + "</struct></value>") +
+                                 "'";
+    const std::string otherTable = "cat > /dev/null; printf '%s' '" +
+                                   response("<value><struct>" + member("table-id", "int", "3") +
+                                            member("status", "int", "1") + "</struct></value>") +
+                                   "'";
     const Silence silences[] = {{"exit 1", "Error to send\\.|Error to recv\\."},
                                 {"cat > /dev/null", "Error to recv\\."},
                                 {"kill -9 $$", "Error to send\\.|Error to recv\\."},
                                 {"cat > /dev/null; echo garbage", "Error to recv\\."},
                                 {half.c_str(), "Error to recv\\."},
                                 {empty.c_str(), "the answer has no result"},
+                                {noStatus.c_str(), "the answer has no result"},
+                                {otherTable.c_str(), "the answer has no result"},
                                 {noNumber.c_str(), "stoi"}};
     for (const Silence& silence : silences) {
         serverDoes(silence.script);
