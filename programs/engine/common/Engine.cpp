@@ -1,4 +1,4 @@
-// The engine's reactions.
+// An engine's reactions.
 
 #include "Engine.h"
 
@@ -11,7 +11,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
-namespace norvale::tamber::systemdata::ipseccfg::standalone {
+namespace norvale::tamber::systemdata::ipseccfg::engine {
 
 namespace {
 
@@ -27,6 +27,7 @@ sigset_t obeyedSignals()
         sigaddset(&signals, signal);
     for (const int signal : STOP_SIGNALS)
         sigaddset(&signals, signal);
+    sigaddset(&signals, SIGCHLD);
     return signals;
 }
 
@@ -59,10 +60,10 @@ Engine::Engine(const Files& files)
 
 void Engine::load()
 {
-    settings_ = readSettings(files_.settings);
+    const std::string summary = load_();
     if (!files_.reason.empty())
         unlink(files_.reason.c_str());
-    syslog(LOG_INFO, "settings accepted: %s", summaryOf(settings_).c_str());
+    syslog(LOG_INFO, "settings accepted: %s", summary.c_str());
 }
 
 void Engine::explain(const std::string& failure, const std::string& reason) const
@@ -92,8 +93,12 @@ void Engine::run()
             continue; // interrupted
         if (stops(signal))
             break;
-        reload_();
+        if (signal == SIGCHLD)
+            childEnded_();
+        else
+            reload_();
     }
+    stop_();
     syslog(LOG_INFO, "ended");
 }
 
@@ -118,7 +123,15 @@ void blockSignals()
         sigaction(signal, &byDefault, nullptr);
     for (const int signal : STOP_SIGNALS)
         sigaction(signal, &byDefault, nullptr);
+    sigaction(SIGCHLD, &byDefault, nullptr);
     sigprocmask(SIG_SETMASK, &obeyed, nullptr);
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::standalone
+void unblockSignals()
+{
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+} // namespace norvale::tamber::systemdata::ipseccfg::engine

@@ -1,5 +1,5 @@
-#ifndef IPSECCFG_STANDALONE_PIDFILE_H
-#define IPSECCFG_STANDALONE_PIDFILE_H
+#ifndef IPSECCFG_ENGINE_PIDFILE_H
+#define IPSECCFG_ENGINE_PIDFILE_H
 
 /// @file
 /// The engine's pid file.
@@ -7,7 +7,7 @@
 #include <string>
 #include <sys/types.h>
 
-namespace norvale::tamber::systemdata::ipseccfg::standalone {
+namespace norvale::tamber::systemdata::ipseccfg::engine {
 
 /// The file that says which process the engine is, locked as long as the engine lives: there is one engine a
 /// pid file.
@@ -39,6 +39,6 @@ private:
     int fd_ = -1;
 };
 
-} // namespace norvale::tamber::systemdata::ipseccfg::standalone
+} // namespace norvale::tamber::systemdata::ipseccfg::engine
 
 #endif

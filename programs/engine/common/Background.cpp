@@ -14,7 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace norvale::tamber::systemdata::ipseccfg::standalone {
+namespace norvale::tamber::systemdata::ipseccfg::engine {
 
 namespace {
 
@@ -94,4 +94,4 @@ void Background::ready()
     toParent_ = -1;
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::standalone
+} // namespace norvale::tamber::systemdata::ipseccfg::engine

@@ -1,10 +1,10 @@
-#ifndef IPSECCFG_STANDALONE_BACKGROUND_H
-#define IPSECCFG_STANDALONE_BACKGROUND_H
+#ifndef IPSECCFG_ENGINE_BACKGROUND_H
+#define IPSECCFG_ENGINE_BACKGROUND_H
 
 /// @file
 /// Going to the background.
 
-namespace norvale::tamber::systemdata::ipseccfg::standalone {
+namespace norvale::tamber::systemdata::ipseccfg::engine {
 
 /// Closes every descriptor but the standard ones: whoever starts the engine may have left it some, and waits
 /// for their end.
@@ -30,6 +30,6 @@ private:
     int toParent_ = -1;
 };
 
-} // namespace norvale::tamber::systemdata::ipseccfg::standalone
+} // namespace norvale::tamber::systemdata::ipseccfg::engine
 
 #endif

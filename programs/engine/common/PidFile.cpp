@@ -10,7 +10,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace norvale::tamber::systemdata::ipseccfg::standalone {
+namespace norvale::tamber::systemdata::ipseccfg::engine {
 
 PidFile::PidFile(const std::string& path)
     : path_(path)
@@ -76,4 +76,4 @@ void PidFile::fail_() const
     throw std::runtime_error(path_ + ": " + std::generic_category().message(errno));
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::standalone
+} // namespace norvale::tamber::systemdata::ipseccfg::engine
