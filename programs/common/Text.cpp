@@ -2,6 +2,7 @@
 
 #include "Text.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <system_error>
@@ -87,6 +88,12 @@ std::string printable(const std::string& text)
     return mended;
 }
 
+bool isPrintableAscii(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char character) { return character >= ' ' && character <= '~'; });
+}
+
 std::string systemText(int error)
 {
     return std::generic_category().message(error);
@@ -111,6 +118,16 @@ std::string shellWord(const std::string& text)
             word += character;
     }
     return word + "'";
+}
+
+std::string joined(const std::vector<std::string>& texts, const std::string& separator)
+{
+    std::string all;
+    for (const std::string& text : texts) {
+        all += all.empty() ? "" : separator;
+        all += text;
+    }
+    return all;
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::programs

@@ -5,6 +5,7 @@
 /// What may stand in a text that comes from outside, and how a text is made fit to be shown.
 
 #include <string>
+#include <vector>
 
 namespace norvale::tamber::systemdata::ipseccfg::programs {
 
@@ -17,6 +18,9 @@ const char* faultOf(const std::string& text);
 /// XML cannot carry (U+FFFE, U+FFFF).
 std::string printable(const std::string& text);
 
+/// Whether the text has none but the characters U+0020 to U+007E.
+bool isPrintableAscii(const std::string& text);
+
 /// The system's words for an `errno` value.
 std::string systemText(int error);
 
@@ -25,6 +29,9 @@ std::string shellWord(const std::string& text);
 
 /// Whether a shell sees nothing special in the text: letters, digits and the characters "%+,-./:=@_" only.
 bool isPlainShellWord(const std::string& text);
+
+/// The texts with a separator between them.
+std::string joined(const std::vector<std::string>& texts, const std::string& separator = ", ");
 
 } // namespace norvale::tamber::systemdata::ipseccfg::programs
 

@@ -2,6 +2,7 @@
 
 #include "Configuration.h"
 
+#include "AddressSet.h"
 #include "Text.h"
 
 #include <cerrno>
@@ -156,8 +157,8 @@ private:
                                 const std::string& why) const
     {
         std::ostringstream message;
-        message << file_ << ':' << where.line << ':' << where.column << ": " << prefix_ << programs::printable(key)
-                << ": " << programs::printable(why);
+        message << file_ << ':' << where.line << ':' << where.column << ": " << prefix_
+                << programs::printable(key) << ": " << programs::printable(why);
         throw std::runtime_error(message.str());
     }
 
@@ -167,21 +168,13 @@ private:
     mutable std::set<std::string> asked_;
 };
 
-std::string joined(const std::vector<std::string>& names)
-{
-    std::string text;
-    for (const std::string& name : names)
-        text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
 std::string engineOf(const Table& table, const std::vector<std::string>& engines)
 {
     std::string engine = table.text("engine");
     for (const std::string& known : engines)
         if (engine == known)
             return engine;
-    table.fail("engine", "'" + engine + "' is not a known engine, only: " + joined(engines));
+    table.fail("engine", "'" + engine + "' is not a known engine, only: " + programs::joined(engines));
 }
 
 std::string directoryOf(const Table& table)
@@ -207,7 +200,7 @@ int signalOf(const Table& table, const std::string& key, int excluded)
             return signal.number;
         allowed.emplace_back(signal.name);
     }
-    table.fail(key, "'" + name + "' is not allowed, only: " + joined(allowed));
+    table.fail(key, "'" + name + "' is not allowed, only: " + programs::joined(allowed));
 }
 
 // The library cuts a module's name out of its path, and hands the path to a shell as it is.
@@ -246,6 +239,42 @@ void readModules(const Table& table, Configuration& configuration)
             {modulePathOf(module), module.textOr("install-option", ""), module.textOr("remove-option", "")});
         module.finish();
     }
+    table.finish();
+}
+
+std::string modeOf(const Table& table, const std::string& fallback)
+{
+    std::string mode = table.textOr("mode", fallback);
+    for (const char* const known : {"auto", "transport", "tunnel"})
+        if (mode == known)
+            return mode;
+    table.fail("mode", "'" + mode + "' is not allowed, only: auto, transport, tunnel");
+}
+
+Configuration::Gateway gatewayOf(const Table& table)
+{
+    Configuration::Gateway gateway;
+    gateway.destination = table.text("destination");
+    gateway.remote = table.text("remote");
+    gateway.local = table.textOr("local", "");
+    if (!AddressSet::parse(gateway.destination))
+        table.fail("destination", "'" + gateway.destination + "' is not an address, a subnet or a range");
+    const auto remote = AddressSet::parse(gateway.remote);
+    if (!remote || !remote->isSingle())
+        table.fail("remote", "'" + gateway.remote + "' is not an address");
+    const auto local = AddressSet::parse(gateway.local);
+    if (!gateway.local.empty() && (!local || !local->isSingle() || local->isIPv6() != remote->isIPv6()))
+        table.fail("local", "'" + gateway.local + "' is not an address like that of remote");
+    table.finish();
+    return gateway;
+}
+
+void readStrongswan(const Table& table, Configuration& configuration)
+{
+    configuration.ikeVersion = table.numberOr("ike-version", configuration.ikeVersion, 1, 2);
+    configuration.mode = modeOf(table, configuration.mode);
+    for (const Table& gateway : table.tables("gateway"))
+        configuration.gateways.push_back(gatewayOf(gateway));
     table.finish();
 }
 
@@ -291,6 +320,7 @@ Configuration readConfiguration(const std::string& file, const std::vector<std::
         "max-request-seconds", static_cast<std::size_t>(configuration.maxRequestTime.count()), 1, 3600));
     readService(top.table("service"), configuration);
     readModules(top.tableOr("modules", nothing), configuration);
+    readStrongswan(top.tableOr("strongswan", nothing), configuration);
     top.finish();
     return configuration;
 }

@@ -23,6 +23,13 @@
 ///     path = "/lib/modules/esp4.ko"
 ///     install-option = ""                        # words for insmod and rmmod; may be left out
 ///     remove-option = ""
+///     [strongswan]                               # for that engine; may be left out, as may each of its keys
+///     ike-version = 2                            # or 1
+///     mode = "auto"                              # or "transport", "tunnel"
+///     [[strongswan.gateway]]                     # the first one that holds a rule's destination counts
+///     destination = "10.2.0.0/16"
+///     remote = "198.51.100.1"
+///     local = "192.0.2.1"                        # may be left out
 
 #include <chrono>
 #include <cstddef>
@@ -43,6 +50,13 @@ struct Configuration {
         std::string removeOption;
     };
 
+    /// The ends of the tunnels to certain addresses.
+    struct Gateway {
+        std::string destination; ///< an address, a subnet or a range
+        std::string remote;      ///< an address
+        std::string local;       ///< an address; empty: any of this host's
+    };
+
     std::string engine;
     std::string settingDirectory; ///< absolute, without "." and ".." and without a slash at its end
     std::size_t maxRequestBytes = DEFAULT_MAX_REQUEST_BYTES;
@@ -55,6 +69,9 @@ struct Configuration {
     std::size_t retry = 3;
     std::size_t intervalMicroseconds = 200000;
     std::list<Module> modules;
+    std::size_t ikeVersion = 2;
+    std::string mode = "auto"; ///< "auto", "transport" or "tunnel"
+    std::list<Gateway> gateways;
 };
 
 /// Reads the file.

@@ -11,6 +11,7 @@
 ///     .reason      where the engine says why it did not accept its settings
 ///     .NAME.new    the new content of NAME before it takes its name
 ///     .NAME.old    the previous content of NAME until the new one is accepted
+///     .strongswan  what that engine needs while it runs, and nobody else
 ///
 /// What a killed server left of these is replaced by the next one.
 

@@ -3,6 +3,7 @@
 #include "SettingManagers.h"
 
 #include "StandaloneSettingManager.h"
+#include "StrongswanSettingManager.h"
 
 #include <stdexcept>
 
@@ -20,7 +21,8 @@ struct Engine {
     const char* name;
     std::unique_ptr<EngineSettingManager> (*create)(const Configuration&, const SettingFolder&);
 };
-constexpr Engine ENGINES[] = {{"standalone", make<StandaloneSettingManager>}};
+constexpr Engine ENGINES[] = {{"standalone", make<StandaloneSettingManager>},
+                              {"strongswan", make<StrongswanSettingManager>}};
 
 } // namespace
 

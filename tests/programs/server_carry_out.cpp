@@ -682,7 +682,7 @@ TEST_F(ServerExchange, AnswersWhatIsWrongWithItsConfiguration)
     writeConfiguration("colour = \"blue\"\n");
     EXPECT_EQ("failure: " + file +
                   ":3:1: colour: is not a known key, only: engine, max-request-bytes, max-request-seconds, "
-                  "modules, service, setting-directory",
+                  "modules, service, setting-directory, strongswan",
               answerTo(tests::startText(settingFile)));
     std::filesystem::remove(file);
     EXPECT_EQ("failure: " + file + ": No such file or directory", answerTo(tests::startText(settingFile)));

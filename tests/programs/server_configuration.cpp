@@ -158,7 +158,7 @@ TEST_F(ServerConfiguration, SaysWhereItIsWrongAndWhatIsAllowed)
          "3:21: max-request-bytes: 67108865 is not allowed, only an integer from 1 to 67108864"},
         {with("[service]", "max-request-byte = 1\n[service]"),
          "3:1: max-request-byte: is not a known key, only: engine, max-request-bytes, max-request-seconds, "
-         "modules, service, setting-directory"},
+         "modules, service, setting-directory, strongswan"},
         {with("[service]", "max-request-seconds = 0\n[service]"),
          "3:23: max-request-seconds: 0 is not allowed, only an integer from 1 to 3600"},
         {with("[service]", "max-request-seconds = 3601\n[service]"),
@@ -243,6 +243,51 @@ TEST_F(ServerConfiguration, MayNameTheStandaloneEngine)
 {
     const auto engines = knownEngines();
     EXPECT_NE(engines.end(), std::find(engines.begin(), engines.end(), "standalone"));
+}
+
+TEST_F(ServerConfiguration, HasDefaultsForStrongswan)
+{
+    const Configuration configuration = read(SMALLEST);
+    EXPECT_EQ(2U, configuration.ikeVersion);
+    EXPECT_EQ("auto", configuration.mode);
+    EXPECT_TRUE(configuration.gateways.empty());
+}
+
+TEST_F(ServerConfiguration, SaysHowStrongswanProtects)
+{
+    const Configuration configuration =
+        read(SMALLEST + "[strongswan]\nike-version = 1\nmode = \"tunnel\"\n"
+                        "[[strongswan.gateway]]\ndestination = \"10.2.0.0/16\"\n"
+                        "remote = \"198.51.100.1\"\nlocal = \"192.0.2.1\"\n"
+                        "[[strongswan.gateway]]\ndestination = \"2001:db8::/32\"\n"
+                        "remote = \"2001:db8::1\"\n");
+    EXPECT_EQ(1U, configuration.ikeVersion);
+    EXPECT_EQ("tunnel", configuration.mode);
+    ASSERT_EQ(2U, configuration.gateways.size());
+    EXPECT_EQ("10.2.0.0/16", configuration.gateways.front().destination);
+    EXPECT_EQ("198.51.100.1", configuration.gateways.front().remote);
+    EXPECT_EQ("192.0.2.1", configuration.gateways.front().local);
+    EXPECT_EQ("", configuration.gateways.back().local);
+}
+
+TEST_F(ServerConfiguration, RefusesWhatStrongswanCannotDo)
+{
+    const std::string gateway = "[[strongswan.gateway]]\n";
+    const std::pair<std::string, const char*> cases[] = {
+        {"[strongswan]\nike-version = 3\n",
+         "9:15: strongswan.ike-version: 3 is not allowed, only an integer from 1 to 2"},
+        {"[strongswan]\nmode = \"x\"\n",
+         "9:8: strongswan.mode: 'x' is not allowed, only: auto, transport, tunnel"},
+        {gateway + "destination = \"x\"\nremote = \"192.0.2.1\"\n",
+         "9:15: strongswan.gateway[0].destination: 'x' is not an address, a subnet or a range"},
+        {gateway + "destination = \"10.0.0.0/8\"\nremote = \"192.0.2.0/24\"\n",
+         "10:10: strongswan.gateway[0].remote: '192.0.2.0/24' is not an address"},
+        {gateway + "destination = \"10.0.0.0/8\"\nremote = \"192.0.2.1\"\nlocal = \"::1\"\n",
+         "11:9: strongswan.gateway[0].local: '::1' is not an address like that of remote"},
+        {gateway + "destination = \"10.0.0.0/8\"\n", "8:1: strongswan.gateway[0].remote: is missing"},
+    };
+    for (const auto& [text, error] : cases)
+        EXPECT_EQ(error, errorOf(SMALLEST + text)) << text;
 }
 
 } // namespace

@@ -1,0 +1,17 @@
+# The strongSwan engine: its setting manager, and its wrapper as a process with the real daemon. What needs the daemon is
+# skipped by name where it is not installed.
+
+add_library(strongswan_support STATIC strongswan_support.cpp vici_proxy.cpp)
+target_include_directories(strongswan_support PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(strongswan_support PUBLIC ipseccfg_server ipseccfg_vici server_support PRIVATE ipseccfg_build)
+
+ipseccfg_test(strongswan_engine
+    SOURCES strongswan_settings.cpp strongswan_readback.cpp
+    LIBRARIES ipseccfg_strongswan strongswan_support)
+
+# Each test has a network and a ready file of its own.
+ipseccfg_test(strongswan_process
+    SOURCES strongswan_process.cpp
+    LIBRARIES ipseccfg_strongswan strongswan_support
+    DEFINITIONS STRONGSWAN="$<TARGET_FILE:strongswan>" SYSLOG_CAPTURE_LIBRARY="$<TARGET_FILE:syslog_capture>")
+add_dependencies(strongswan_process strongswan syslog_capture)
