@@ -90,7 +90,7 @@ std::string identityText(common::FilterRule::IdentityType type, const std::strin
     for (const Kind& kind : KINDS) {
         if (kind.type != type)
             continue;
-        const bool readable = identity.size() <= LONGEST && isPrintableAscii(identity);
+        const bool readable = identity.size() <= LONGEST && programs::isPrintableAscii(identity);
         std::string text = readable ? kind.textOf(identity) : "";
         if (text.empty())
             throw std::runtime_error(place + ": '" + programs::printable(identity.substr(0, LONGEST)) +

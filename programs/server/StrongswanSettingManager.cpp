@@ -286,7 +286,7 @@ SwanctlText commonOf(const PhaseOffer& offer, std::size_t ikeVersion)
 std::string pathOf(const std::string& path, const std::string& place)
 {
     constexpr std::size_t LONGEST = 500; // the engine has room for 511
-    if (path.empty() || path.front() != '/' || path.size() > LONGEST || !isPrintableAscii(path))
+    if (path.empty() || path.front() != '/' || path.size() > LONGEST || !programs::isPrintableAscii(path))
         refuse(place, path.substr(0, LONGEST),
                ", only an absolute path of printable ASCII, at most 500 characters");
     return path;
