@@ -21,17 +21,31 @@ function(ipseccfg_installed_rpath target dir)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
 endfunction()
 
-# A shared library of this project: soname NAME.so.1, only the symbols that MAP names, all of them resolved when it is loaded.
-function(ipseccfg_shared_library target name map)
+# Libraries are shared unless IPSECCFG_SHARED is off.
+if(IPSECCFG_SHARED)
+    set(IPSECCFG_LIBRARY_TYPE SHARED)
+else()
+    set(IPSECCFG_LIBRARY_TYPE STATIC)
+endif()
+
+# A library of this project, ipseccfg::EXPORTED to its users. If shared: soname NAME.so.1, only the symbols that MAP names,
+# all of them resolved when it is loaded.
+function(ipseccfg_library target exported map)
+    add_library(ipseccfg::${exported} ALIAS ${target})
     set_target_properties(${target} PROPERTIES
-        OUTPUT_NAME ${name}
+        EXPORT_NAME ${exported}
+        POSITION_INDEPENDENT_CODE ON
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         LINK_DEPENDS ${map}
         INSTALL_RPATH "$ORIGIN")
-    target_link_options(${target} PRIVATE -Wl,--version-script=${map} -Wl,-z,relro -Wl,-z,now)
-    if(NOT IPSECCFG_SANITIZERS)
-        target_link_options(${target} PRIVATE -Wl,-z,defs)
+    if(IPSECCFG_SHARED)
+        target_link_options(${target} PRIVATE -Wl,--version-script=${map} -Wl,-z,relro -Wl,-z,now)
+        if(NOT IPSECCFG_SANITIZERS)
+            target_link_options(${target} PRIVATE -Wl,-z,defs)
+        endif()
     endif()
-    install(TARGETS ${target} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(TARGETS ${target} EXPORT ipseccfg
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 endfunction()
