@@ -16,8 +16,9 @@ class Channel;
 /// One exchange with a server process: one request out, one answer in.
 ///
 /// The server is a program of its own. Which one, the request itself says: its command, the (unescaped)
-/// method name of the XML-RPC request, is the path of the server's executable, taken as it stands. It is
-/// started, without a shell and without a search along PATH, as soon as that name has been written, with one
+/// method name of the XML-RPC request, is the path of the server's executable, taken as it stands, or of a
+/// stream socket in the file system (AF_UNIX) that a server listens on. A socket is connected to, and nothing is
+/// started: so a user without rights reaches a server that has them. An executable is started, without a shell and without a search along PATH, as soon as that name has been written, with one
 /// socket pair as its standard input and output, the caller's standard error, and no other descriptor; its
 /// environment is the caller's, its signals are at their default. Writing and reading are interleaved, so
 /// that neither side waits for the other for ever.
@@ -31,12 +32,13 @@ class Channel;
 class CRequester {
 public:
     /// Opens a channel; no server is started yet.
-    /// @param seconds bound on the whole exchange, from the start of the server to the end of its answer; at least 1.
+    /// @param seconds bound on the whole exchange, from the start of the server, or the attempt to connect, to the
+    /// end of its answer; at least 1.
     /// @throws std::invalid_argument "CRequester: seconds must be positive" otherwise.
     /// @throws std::system_error "CRequester: cannot open a channel: ..." if there are no descriptors left.
     explicit CRequester(int seconds);
 
-    /// Closes the channel. A server that is still running gets half a second to end by itself (none if the
+    /// Closes the channel. A started server that is still running gets half a second to end by itself (none if the
     /// time is up), then SIGTERM, and half a second later SIGKILL.
     ~CRequester();
 
@@ -49,7 +51,9 @@ public:
     /// transmission, and from the start if the message is no request or its command does not end within the
     /// first 64 KiB. Once the server has answered without reading on, the rest of the request is dropped.
     /// @throws std::system_error "CRequester: cannot start COMMAND: ..." from the write that completes the
-    /// command, if it cannot be started. The channel is of no use then.
+    /// command, if it cannot be started, and "CRequester: cannot connect to COMMAND: ..." if it is a socket that
+    /// cannot be connected to: nobody listens (ECONNREFUSED), the caller may not (EACCES), its queue stays full
+    /// until the time is up (ETIMEDOUT). The channel is of no use then.
     parser::COStream& getOStream();
 
     /// The stream to read the answer from; lives as long as the channel. It hands out bytes as they come, and

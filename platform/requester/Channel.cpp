@@ -3,6 +3,8 @@
 
 #include "Channel.h"
 
+#include "ServerSocket.h"
+
 #include <cerrno>
 #include <poll.h>
 #include <sys/socket.h>
@@ -60,7 +62,7 @@ Channel::int_type Channel::overflow(int_type byte)
 
 Channel::int_type Channel::underflow()
 {
-    if (!server_ || !awaitAnswer_())
+    if (request_ == Request::unnamed || !awaitAnswer_())
         return traits_type::eof();
     current_.swap(ahead_);
     ahead_.clear();
@@ -77,19 +79,22 @@ bool Channel::put_(std::string_view bytes)
         if (head_.state() == RequestHead::State::refused)
             request_ = Request::failed;
         else if (head_.state() == RequestHead::State::complete)
-            startServer_();
+            reachServer_();
     }
     if (request_ == Request::sending)
         send_(bytes);
     return request_ != Request::failed && request_ != Request::ended;
 }
 
-void Channel::startServer_()
+void Channel::reachServer_()
 {
-    request_ = Request::failed; // should the start throw
+    request_ = Request::failed; // should it throw
     const FileDescriptor serverEnd = std::move(serverEnd_);
     deadline_ = Deadline(bound_);
-    server_.emplace(head_.command(), serverEnd.get());
+    if (isSocket(head_.command()))
+        connectSocket(head_.command(), socket_, deadline_);
+    else
+        server_.emplace(head_.command(), serverEnd.get());
     request_ = Request::sending;
     send_(head_.text());
 }

@@ -25,8 +25,8 @@ namespace norvale::tamber::systemdata::requester {
 /// The client's end of a request channel as a stream buffer: bytes put into it go to the server, bytes taken
 /// from it are the server's answer.
 ///
-/// What is written is kept back until the request's command is known; then the server is started and gets it
-/// all. From there on whatever is written is sent at once. While the server does not take it, its answer is
+/// What is written is kept back until the request's command is known; then the server is started, or connected
+/// to if the command names a socket, and gets it all. From there on whatever is written is sent at once. While the server does not take it, its answer is
 /// read ahead, so that a server that answers before it has read the request cannot block the exchange. Every
 /// wait ends with the time bound. Not synchronised.
 class Channel final : public std::streambuf {
@@ -35,9 +35,10 @@ public:
     /// reads, unless that has been built with a higher limit; only a server that does not read meets it.
     static constexpr std::size_t READ_AHEAD_LIMIT = 64U << 20U;
 
-    /// @param socket the client's end; stays the caller's, who closes it before this object is destroyed.
+    /// @param socket the client's end; stays the caller's, who closes it before this object is destroyed. Becomes
+    /// the end of another connection if the server is reached through a socket of its own.
     /// @param serverEnd the other end, for the server to be started.
-    /// @param bound of the exchange, from the start of the server.
+    /// @param bound of the exchange, from the start of the server, or the attempt to connect.
     Channel(int socket, FileDescriptor serverEnd, std::chrono::seconds bound);
 
     /// Sees the server end: at once if the time is up, else after a moment's patience.
@@ -54,7 +55,7 @@ public:
     bool endOfTransmission();
 
 protected:
-    /// @throws std::system_error if the bytes complete a command that cannot be started.
+    /// @throws std::system_error if the bytes complete a command that cannot be started or connected to.
     std::streamsize xsputn(const char* bytes, std::streamsize count) override;
     int_type overflow(int_type byte) override;
     int_type underflow() override;
@@ -69,7 +70,7 @@ private:
     };
 
     bool put_(std::string_view bytes);
-    void startServer_();
+    void reachServer_();
     void send_(std::string_view bytes);
     void awaitRoom_();
     void judgeBrokenOff_();

@@ -24,7 +24,7 @@ struct Options {
     bool secrets = false;    ///< for Show
     bool json = false;
     bool verbose = false;
-    std::optional<std::string> server; ///< the path of the server's executable
+    std::optional<std::string> server; ///< the path of the server's executable or socket
 };
 
 /// A command line that was read.

@@ -7,6 +7,7 @@
 #include "ElapsedTime.h"
 #include "ObjectXMLMapping.h"
 #include "RequestText.h"
+#include "Text.h"
 #include "Wording.h"
 #include "XmlRpcSendPolicy.h"
 
@@ -91,6 +92,19 @@ std::string noAnswer(const std::exception& error, std::chrono::steady_clock::dur
            " s: " + error.what() + " (the system's log may say why)";
 }
 
+// What to do about a server that cannot be reached.
+std::string advice(const std::system_error& error)
+{
+    if (std::string(error.what()).find(": cannot connect to ") == std::string::npos)
+        return "name the server's executable with --server or IPSECCFGSERVER";
+    if (error.code() == std::errc::permission_denied)
+        return "ask for membership of the socket's group, see 'ls -l " + programs::printable(serverPath()) +
+               "'";
+    if (error.code() == std::errc::connection_refused)
+        return "nobody listens there: start its listener, 'systemctl start ipseccfg.socket' say";
+    return "try again later, or name another server with --server or IPSECCFGSERVER";
+}
+
 bool isFault(const std::exception& error)
 {
     return std::string(error.what()).rfind("Error rsp: ", 0) == 0;
@@ -121,8 +135,7 @@ Outcome exchange(const std::function<int(common::XmlRpcSendPolicy&)>& request)
         send(request, outcome);
     } catch (const std::system_error& error) {
         outcome.status = Status::NoAnswer;
-        outcome.detail = std::string("no server: ") + error.what() +
-                         "; name the server's executable with --server or IPSECCFGSERVER";
+        outcome.detail = std::string("no server: ") + error.what() + "; " + advice(error);
     } catch (const std::exception& error) {
         outcome.status = isFault(error) ? Status::Failure : Status::NoAnswer;
         outcome.detail =

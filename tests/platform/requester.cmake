@@ -5,7 +5,7 @@ if(TARGET systemdata-requester)
     set(requester_definitions REQUESTER_SERVER="$<TARGET_FILE:requester_server>")
 
     ipseccfg_test(platform_requester
-        SOURCES requester_exchange.cpp requester_start.cpp
+        SOURCES requester_exchange.cpp requester_start.cpp requester_socket.cpp
         LIBRARIES systemdata::requester
         DEFINITIONS ${requester_definitions})
 
