@@ -24,6 +24,7 @@ constexpr CommandFacts COMMANDS[] = {
     {Command::Shutdown, "shutdown", "Shut the engine down"},
     {Command::Check, "check", "Report everything that is wrong with a policy"},
     {Command::Show, "show", "Print a policy, its keys masked"},
+    {Command::Status, "status", "Tell what the running engine does for each rule"},
 };
 
 constexpr const char* DESCRIPTION = "Configures the IPsec engine of this device from a policy file (TOML).";
@@ -31,7 +32,6 @@ constexpr const char* FOOTER =
     "Examples:\n"
     "  ipseccfgctl check policy.toml\n"
     "  ipseccfgctl start policy.toml\n"
-    "  ipseccfgctl show --xml policy.toml\n"
     "  ipseccfgctl shutdown --setting-file /run/ipseccfg/engine.conf\n"
     "Exit codes: 0 success, 1 failure answered, 2 usage or policy error, 3 no answer.\n"
     "'ipseccfgctl COMMAND --help' tells a command's own options.";
@@ -41,7 +41,7 @@ std::string checkedSettingFile(const std::string& path)
     if (!isAbsolutePath(path))
         return "must be an absolute path, not " + quoted(path);
     return programs::printable(path) == path ? std::string()
-                                                 : quoted(path) + " holds characters that cannot be sent";
+                                             : quoted(path) + " holds characters that cannot be sent";
 }
 
 void addOptions(CLI::App& app, Options& options)
@@ -77,7 +77,7 @@ void addCommand(CLI::App& app, const CommandFacts& facts, Options& options)
     command->callback([&options, &facts] { options.command = facts.command; });
     if (facts.command == Command::Shutdown)
         addShutdownOptions(*command, options);
-    else
+    else if (facts.command != Command::Status)
         command->add_option("POLICY", options.policyFile, "The policy file")->required()->type_name("");
     if (facts.command == Command::Show)
         addShowOptions(*command, options);

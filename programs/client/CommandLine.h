@@ -9,7 +9,7 @@
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
-enum class Command { Start, Restart, Shutdown, Check, Show };
+enum class Command { Start, Restart, Shutdown, Check, Show, Status };
 
 /// The command as it is typed: "start".
 const char* nameOf(Command command);
@@ -17,7 +17,7 @@ const char* nameOf(Command command);
 /// What was asked for.
 struct Options {
     Command command = Command::Check;
-    std::string policyFile;  ///< for all commands but Shutdown
+    std::string policyFile;  ///< for all commands but Shutdown and Status
     std::string settingFile; ///< for Shutdown; empty if not given
     bool fips = false;       ///< for Shutdown
     bool xml = false;        ///< for Show

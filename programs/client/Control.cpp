@@ -2,11 +2,15 @@
 
 #include "Control.h"
 
+#include "EngineStatus.h"
 #include "Masking.h"
 #include "PolicyFile.h"
 #include "PolicyView.h"
 #include "RequestText.h"
 #include "Sending.h"
+#include "SettingManagers.h"
+#include "Surroundings.h"
+#include "Wording.h"
 #include "XmlRpcSendPolicy.h"
 
 #include <cstdlib>
@@ -38,6 +42,20 @@ Outcome shutDown(const Options& options)
     });
 }
 
+// Read from the engine itself: the server takes no part in it.
+Outcome status()
+{
+    try {
+        const auto rules = engineStatus(
+            configserver::readConfiguration(configserver::configurationFile(), configserver::knownEngines()));
+        if (!rules)
+            return {Status::Failure, "the engine is not running", {}, {}};
+        return {Status::Success, counted(rules->size(), "rule") + " in force", {}, {}, rules};
+    } catch (const std::runtime_error& error) {
+        return {Status::Failure, error.what(), {}, {}};
+    }
+}
+
 std::string shown(const Policy& policy, const Options& options)
 {
     if (options.xml)
@@ -65,6 +83,8 @@ Outcome perform(const Options& options)
         setenv("IPSECCFGSERVER", options.server->c_str(), 1); // before there is a second thread
     if (options.command == Command::Shutdown)
         return shutDown(options);
+    if (options.command == Command::Status)
+        return status();
     try {
         const PolicyReading reading = readPolicyFile(options.policyFile);
         if (!reading.policy)

@@ -5,8 +5,11 @@
 /// What became of a command.
 
 #include "Problem.h"
+#include "RuleStatus.h"
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
@@ -29,6 +32,7 @@ struct Outcome {
     std::string detail;   ///< the server's detail, what was asked to be shown, or what went wrong
     Problems problems;    ///< of the policy file
     std::string response; ///< the server's answer as XML; empty if there was none
+    std::optional<std::vector<RuleStatus>> rules = std::nullopt; ///< of the running engine, if it was asked
 };
 
 } // namespace norvale::tamber::systemdata::ipseccfg::client

@@ -51,8 +51,8 @@ void checkFile(const PolicyTable& table, const std::string& key, const std::stri
         if (S_ISDIR(status.st_mode))
             table.refuse(key, quoted(path) + " is a directory, must be a file");
     } else if (errno != EACCES) {
-        table.refuse(key, quoted(path) + " is not there (" + programs::systemText(errno) +
-                              "), must be a file");
+        table.refuse(key,
+                     quoted(path) + " is not there (" + programs::systemText(errno) + "), must be a file");
     }
 }
 

@@ -5,6 +5,7 @@
 #include "Association.h"
 #include "PolicyNames.h"
 #include "Text.h"
+#include "TextTable.h"
 #include "Wording.h"
 
 #include <algorithm>
@@ -17,45 +18,6 @@ namespace {
 
 using common::FilterRule;
 using programs::nameOf;
-
-using Row = std::vector<std::string>;
-
-// The columns that a text takes on a terminal: one a character, of which UTF-8 marks all bytes but the first.
-std::size_t widthOf(const std::string& text)
-{
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
-    }));
-}
-
-std::vector<std::size_t> widthsOf(const std::vector<Row>& rows)
-{
-    std::vector<std::size_t> widths(rows.front().size());
-    for (const Row& row : rows)
-        for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], widthOf(row[i]));
-    return widths;
-}
-
-// Rows with their cells one below the other, two blanks apart. The first row is the heading.
-std::string aligned(const std::vector<Row>& rows)
-{
-    const std::vector<std::size_t> widths = widthsOf(rows);
-    std::string text;
-    for (const Row& row : rows) {
-        std::string line;
-        for (std::size_t i = 0; i < row.size(); ++i)
-            line += "  " + row[i] + std::string(widths[i] - widthOf(row[i]), ' ');
-        text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-    }
-    return text;
-}
-
-// A cell never stays empty: an empty one looks like a shifted row.
-std::string cell(const std::string& text)
-{
-    return text.empty() ? "-" : text;
-}
 
 std::string authentication(const programs::TransformAttributes& transform)
 {

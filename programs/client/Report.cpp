@@ -2,6 +2,7 @@
 
 #include "Report.h"
 
+#include "StatusView.h"
 #include "Text.h"
 #include "Wording.h"
 
@@ -27,13 +28,37 @@ ordered_json toJson(const Problems& problems)
     return array;
 }
 
+ordered_json toJson(const std::vector<RuleStatus>& rules)
+{
+    ordered_json array = ordered_json::array();
+    for (const RuleStatus& rule : rules) {
+        array.push_back({{"action", rule.action},
+                         {"source", rule.source},
+                         {"destination", rule.destination},
+                         {"priority", rule.priority},
+                         {"state", rule.state},
+                         {"reason", rule.reason}});
+        if (rule.tunnel)
+            array.back().update({{"peer", rule.tunnel->peer},
+                                 {"suite", rule.tunnel->suite},
+                                 {"bytes-in", rule.tunnel->bytesIn},
+                                 {"bytes-out", rule.tunnel->bytesOut},
+                                 {"packets-in", rule.tunnel->packetsIn},
+                                 {"packets-out", rule.tunnel->packetsOut},
+                                 {"rekey-seconds", rule.tunnel->rekeySeconds}});
+    }
+    return array;
+}
+
 void printJson(const std::string& command, const Outcome& outcome, std::ostream& out)
 {
-    const ordered_json object = {{"schema", JSON_SCHEMA},
-                                 {"command", command},
-                                 {"status", nameOf(outcome.status)},
-                                 {"detail", outcome.detail},
-                                 {"problems", toJson(outcome.problems)}};
+    ordered_json object = {{"schema", JSON_SCHEMA},
+                           {"command", command},
+                           {"status", nameOf(outcome.status)},
+                           {"detail", outcome.detail},
+                           {"problems", toJson(outcome.problems)}};
+    if (outcome.rules)
+        object["rules"] = toJson(*outcome.rules);
     // A file's name may be anything but UTF-8.
     out << object.dump(JSON_INDENTATION, ' ', false, ordered_json::error_handler_t::replace) << "\n";
 }
@@ -66,6 +91,8 @@ void printSuccess(const Outcome& outcome, const Options& options, std::ostream& 
 {
     if (options.command == Command::Show)
         out << outcome.detail;
+    else if (options.command == Command::Status)
+        out << outcome.detail << "\n" << viewOf(outcome.rules.value_or(std::vector<RuleStatus>()));
     else if (options.command == Command::Check)
         out << programs::printable(options.policyFile) << ": " << outcome.detail << "\n";
     else
@@ -81,7 +108,9 @@ void printForPeople(const Outcome& outcome, const Options& options, std::ostream
         printProblems(outcome, options, err);
     else
         err << "ipseccfgctl: " << nameOf(options.command) << ": "
-            << (outcome.status == Status::Failure ? "refused by the server: " : "")
+            << (outcome.status == Status::Failure && options.command != Command::Status
+                    ? "refused by the server: "
+                    : "")
             << programs::printable(outcome.detail) << "\n";
 }
 

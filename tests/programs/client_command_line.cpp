@@ -75,9 +75,9 @@ struct Mistake {
 TEST(CommandLine, ThatIsWrongIsRefusedWithTheReason)
 {
     const Mistake mistakes[] = {
-        {{}, "a command is needed, one of start, restart, shutdown, check, show"},
+        {{}, "a command is needed, one of start, restart, shutdown, check, show, status"},
         {{"stat", "p"},
-         "a command is needed, one of start, restart, shutdown, check, show (did you mean 'start'?)"},
+         "a command is needed, one of start, restart, shutdown, check, show, status (did you mean 'start'?)"},
         {{"start"}, "POLICY is required"},
         {{"start", "a", "b"}, "The following argument was not expected: b"},
         {{"start", "a", "check", "b"}, "The following arguments were not expected: b check"},
@@ -116,7 +116,7 @@ TEST(Help, FitsAScreenAndHasExamples)
     for (const std::string& each : linesOf(line.text))
         EXPECT_LE(each.size(), 80U) << each;
     for (const char* const text : {"Examples:", "start", "restart", "shutdown", "check", "show", "--json",
-                                   "--verbose", "--server", "--version", "Exit codes:"})
+                                   "status", "--verbose", "--server", "--version", "Exit codes:"})
         EXPECT_NE(std::string::npos, line.text.find(text)) << text;
 }
 

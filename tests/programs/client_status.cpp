@@ -1,0 +1,145 @@
+// The engine's status: what its control interface answers becomes one line a rule.
+
+#include "EngineStatus.h"
+#include "Exceptions.h"
+#include "StatusView.h"
+
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+using namespace norvale::tamber::systemdata::ipseccfg;
+using namespace norvale::tamber::systemdata::ipseccfg::client;
+using vici::Element;
+
+// The notation of the messages is their encoding with the marks by name.
+std::string name(const std::string& text)
+{
+    return static_cast<char>(text.size()) + text;
+}
+
+std::string bytes(const std::string& text)
+{
+    return std::string(1, '\0') + static_cast<char>(text.size()) + text;
+}
+
+std::string value(const std::string& key, const std::string& text)
+{
+    return "\3" + name(key) + bytes(text);
+}
+
+std::string list(const std::string& key, const std::vector<std::string>& items)
+{
+    std::string text = "\4" + name(key);
+    for (const std::string& item : items)
+        text += "\5" + bytes(item);
+    return text + "\6";
+}
+
+std::string section(const std::string& key, const std::string& content)
+{
+    return "\1" + name(key) + content + "\2";
+}
+
+std::string child(const std::string& key, const std::string& priority)
+{
+    return section(key, list("local-ts", {"192.0.2.1/32", "192.0.2.4/31"}) +
+                            list("remote-ts", {"10.0.0.0/8"}) + value("priority", priority));
+}
+
+class ClientStatus : public ::testing::Test {
+protected:
+    std::vector<RuleStatus> status() const { return statusOf(connections, policies, associations); }
+
+    std::vector<Element> connections = {
+        Element::decode(section("protect-1", section("children", child("use-1", "12")))),
+        Element::decode(
+            section("shunts", section("children", child("bypass-1", "2") + child("discard-1", "101") +
+                                                      child("neighbour-solicitation", "1"))))};
+    std::vector<Element> policies = {Element::decode(section("a", value("child", "use-1"))),
+                                     Element::decode(section("b", value("child", "bypass-1"))),
+                                     Element::decode(section("c", value("child", "discard-1")))};
+    std::vector<Element> associations;
+};
+
+TEST_F(ClientStatus, NamesEachRuleByPriority)
+{
+    const auto rules = status();
+    ASSERT_EQ(3U, rules.size());
+    EXPECT_EQ("bypass", rules[0].action);
+    EXPECT_EQ(0, rules[0].priority);
+    EXPECT_EQ("in force", rules[0].state);
+    EXPECT_EQ("use", rules[1].action);
+    EXPECT_EQ(10, rules[1].priority);
+    EXPECT_EQ("192.0.2.1/32, 192.0.2.4/31", rules[1].source);
+    EXPECT_EQ("10.0.0.0/8", rules[1].destination);
+    EXPECT_EQ("trapped", rules[1].state);
+    EXPECT_EQ("discard", rules[2].action);
+    EXPECT_EQ(99, rules[2].priority);
+}
+
+TEST_F(ClientStatus, CountsWithSixtyFourBits)
+{
+    associations = {Element::decode(section(
+        "protect-1",
+        value("state", "ESTABLISHED") + value("remote-host", "10.0.0.2") + value("remote-id", "CN=x") +
+            section("child-sas",
+                    section("use-1-7",
+                            value("name", "use-1") + value("state", "INSTALLED") +
+                                value("encr-alg", "AES_GCM_16") + value("encr-keysize", "128") +
+                                value("dh-group", "ECP_256") + value("bytes-in", "18446744073709551615") +
+                                value("bytes-out", "4294967296") + value("packets-in", "5000000000") +
+                                value("packets-out", "0") + value("rekey-time", "77")))))};
+    const auto rules = status();
+    EXPECT_EQ("up", rules[1].state);
+    ASSERT_TRUE(rules[1].tunnel);
+    EXPECT_EQ("10.0.0.2 [CN=x]", rules[1].tunnel->peer);
+    EXPECT_EQ("AES_GCM_16-128/ECP_256", rules[1].tunnel->suite);
+    EXPECT_EQ(18446744073709551615U, rules[1].tunnel->bytesIn);
+    EXPECT_EQ(4294967296U, rules[1].tunnel->bytesOut);
+    EXPECT_EQ(5000000000U, rules[1].tunnel->packetsIn);
+    EXPECT_EQ(77U, rules[1].tunnel->rekeySeconds);
+    EXPECT_FALSE(rules[0].tunnel);
+    EXPECT_NE(std::string::npos, viewOf(rules).find("18446744073709551615/4294967296  5000000000/0    77 s\n"))
+        << viewOf(rules);
+}
+
+TEST_F(ClientStatus, SaysWhyARuleIsDown)
+{
+    associations = {Element::decode(
+        section("protect-1", value("state", "CONNECTING") + value("remote-host", "10.0.0.2")))};
+    policies.pop_back();
+    const auto rules = status();
+    EXPECT_EQ("down", rules[1].state);
+    EXPECT_EQ("the negotiation with 10.0.0.2 has not come to an end", rules[1].reason);
+    EXPECT_EQ("down", rules[2].state);
+    EXPECT_EQ("the kernel has no policy for it", rules[2].reason);
+}
+
+TEST_F(ClientStatus, IsThatOfAnEngineThatCanBeAsked)
+{
+    configserver::Configuration configuration;
+    configuration.engine = "standalone";
+    EXPECT_EQ("the engine standalone has no tunnels to speak of",
+              tests::textThrownBy<std::runtime_error>([&] { engineStatus(configuration); }));
+    configuration.engine = "strongswan";
+    configuration.pidFile = "/nowhere/engine.pid";
+    EXPECT_FALSE(engineStatus(configuration));
+}
+
+TEST(ViciMessage, RefusesWhatIsMalformed)
+{
+    const std::string good = section("a", value("k", "v") + list("l", {"x", "y"}));
+    EXPECT_EQ(good, Element::decode(good).encoded());
+    for (std::size_t length = 1; length < good.size(); ++length)
+        EXPECT_THROW(Element::decode(good.substr(0, length)), std::runtime_error) << length;
+    for (const std::string text : {"\2", "\5", "\6", "\7", "\4\1l\3"})
+        EXPECT_THROW(Element::decode(text), std::runtime_error);
+    std::string deep;
+    for (int i = 0; i < 100000; ++i)
+        deep += "\1" + name("d");
+    EXPECT_THROW(Element::decode(deep), std::runtime_error);
+}
+
+} // namespace
