@@ -26,6 +26,19 @@ using common::FilterRule;
 constexpr const char* FIRST_LINE = "# ipseccfg-strongswan 1\n";
 constexpr int PART_FOR_RENEWAL = 10;
 
+// 0 has a meaning of its own for the engine, and one more comes before all rules.
+constexpr int FIRST_PRIORITY = 2;
+constexpr const char* BEFORE_ALL_RULES = "1";
+
+// Without these messages of ICMPv6 (RFC 4861) no host finds another one to negotiate with; type and code as the
+// engine takes them for a port.
+struct Discovery {
+    const char* name;
+    const char* selector;
+};
+constexpr Discovery DISCOVERIES[] = {{"neighbour-solicitation", "::/0[58/34560]"},
+                                     {"neighbour-advertisement", "::/0[58/34816]"}};
+
 [[noreturn]] void refuse(const std::string& place, const std::string& value, const std::string& why)
 {
     throw std::runtime_error(place + ": '" + programs::printable(value) + "' is not possible" + why);
@@ -125,11 +138,14 @@ public:
         for (const auto& [ends, children] : protected_)
             all.add("protect", connectionOf_(ends, common, local, remote), children.sections());
         SwanctlText result = all.sections();
-        if (!shunts_.sections().empty()) {
+        SwanctlText children = shunts_.sections();
+        if (protectsIPv6_)
+            addDiscovery_(children);
+        if (!children.empty()) {
             SwanctlText shunts;
             // No peer is ever taken for this one.
             shunts.add("remote_addrs", "127.0.0.1");
-            shunts.add("children", shunts_.sections());
+            shunts.add("children", children);
             result.add("shunts", shunts);
         }
         return result;
@@ -148,9 +164,22 @@ private:
         SwanctlText child = first;
         child.add("local_ts", selection.source.subnets());
         child.add("remote_ts", selection.destination.subnets());
-        child.add("priority", std::to_string(selection.rule.getPriority() + 1));
+        child.add("priority", std::to_string(selection.rule.getPriority() + FIRST_PRIORITY));
         child.add("start_action", "trap");
         return child;
+    }
+
+    static void addDiscovery_(SwanctlText& children)
+    {
+        for (const Discovery& discovery : DISCOVERIES) {
+            SwanctlText child;
+            child.add("mode", "pass");
+            child.add("local_ts", discovery.selector);
+            child.add("remote_ts", discovery.selector);
+            child.add("priority", BEFORE_ALL_RULES);
+            child.add("start_action", "trap");
+            children.add(discovery.name, child);
+        }
     }
 
     // The engine would let one of two such rules silently replace the other.
@@ -190,6 +219,7 @@ private:
         SwanctlText child = phase2_;
         child.add("mode", ends.tunnel ? "tunnel" : "transport");
         protected_[ends].add("use", selectorsOf_(selection, child));
+        protectsIPv6_ = protectsIPv6_ || selection.source.isIPv6();
     }
 
     static void checkOneSubnet_(const Selection& selection, const std::string& member,
@@ -265,6 +295,7 @@ private:
     std::map<std::string, std::string> places_;
     std::map<Ends, Named> protected_;
     Named shunts_;
+    bool protectsIPv6_ = false;
 };
 
 SwanctlText commonOf(const PhaseOffer& offer, std::size_t ikeVersion)

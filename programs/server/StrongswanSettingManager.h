@@ -30,7 +30,8 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 /// - A rule protects in transport mode between two addresses, else in a tunnel; the configuration says more
 ///   (see sample-server.toml). Its traffic starts the negotiation. A range becomes the subnets that it is
 ///   made of.
-/// - Priority P is the engine's P + 1, where 0 has a meaning of its own.
+/// - Priority P is the engine's P + 2: there 0 has a meaning of its own, and 1 lets the neighbour discovery of
+///   IPv6 pass in clear where a rule protects IPv6. Without it the ends would not find each other.
 /// - A lifetime L is the end of the keys; they are renewed in the tenth of L before it.
 /// - Without identities this end is its address, or the subject of its certificate, and the other end may be
 ///   anybody who has the pre-shared key or a certificate of one of the authorities.

@@ -108,7 +108,7 @@ private:
 std::string described(const std::string& mode, const std::string& source, const std::string& destination,
                       int priority, const std::string& identities)
 {
-    return mode + " " + source + " === " + destination + " priority " + std::to_string(priority + 1) +
+    return mode + " " + source + " === " + destination + " priority " + std::to_string(priority + 2) +
            identities;
 }
 
@@ -306,6 +306,9 @@ protected:
                                           ? "CN=device"
                                           : shownIdentity(rule->getIdentityType(), rule->getSrcIdentity());
             const std::string remote = shownIdentity(rule->getIdentityType(), rule->getDstIdentity());
+            if (AddressSet::parse(rule->getSrcIpAddress())->isIPv6()) // with neighbour discovery
+                rulesExpected.insert({"PASS ::/0[ipv6-icmp/135] === ::/0[ipv6-icmp/135] priority 1",
+                                      "PASS ::/0[ipv6-icmp/136] === ::/0[ipv6-icmp/136] priority 1"});
             rulesExpected.insert(described("TRANSPORT", selectorsOf(rule->getSrcIpAddress()),
                                            selectorsOf(rule->getDstIpAddress()), rule->getPriority(),
                                            identitiesOf(local, remote)));

@@ -110,14 +110,14 @@ connections {
             auth = "psk"
         }
         children {
-            use-bdbcdc189e8596c9 {
+            use-bc9cd5f1e664e208 {
                 esp_proposals = "aes128gcm16"
                 life_time = "3600s"
                 rekey_time = "3240s"
                 mode = "transport"
                 local_ts = "192.0.2.1/32"
                 remote_ts = "192.0.2.2/32"
-                priority = "11"
+                priority = "12"
                 start_action = "trap"
             }
         }
@@ -125,18 +125,18 @@ connections {
     shunts {
         remote_addrs = "127.0.0.1"
         children {
-            bypass-ce96f0931cdb8a72 {
+            bypass-a435446f23ca842f {
                 mode = "pass"
                 local_ts = "192.0.2.1/32"
                 remote_ts = "192.0.2.3/32"
-                priority = "1"
+                priority = "2"
                 start_action = "trap"
             }
-            discard-669e5a45357d2a50 {
+            discard-09d7ef17efb798ff {
                 mode = "drop"
                 local_ts = "0.0.0.0/0"
                 remote_ts = "0.0.0.0/0"
-                priority = "100"
+                priority = "101"
                 start_action = "trap"
             }
         }
@@ -617,6 +617,21 @@ TEST_F(StrongswanSettings, RefuseIdentitiesOfARuleThatDoesNotProtect)
     rule->setSrcIdentity("x");
     EXPECT_EQ("default rule 1: src-identity: 'x' is not possible without an identity-type, only an empty one",
               refusal());
+}
+
+TEST_F(StrongswanSettings, LetNeighbourDiscoveryPassWhereTheyProtectIPv6)
+{
+    add(FilterRule::Discard, "::/0", "::/0", 0);
+    EXPECT_THAT(write(), Not(HasSubstr("neighbour")));
+    use("2001:db8::1", "2001:db8::2");
+    const std::string text = write();
+    EXPECT_THAT(text,
+                HasSubstr("            neighbour-solicitation {\n                mode = \"pass\"\n"
+                          "                local_ts = \"::/0[58/34560]\"\n"
+                          "                remote_ts = \"::/0[58/34560]\"\n"
+                          "                priority = \"1\"\n                start_action = \"trap\"\n"));
+    EXPECT_THAT(text, HasSubstr("            neighbour-advertisement {\n                mode = \"pass\"\n"
+                                "                local_ts = \"::/0[58/34816]\"\n"));
 }
 
 TEST_F(StrongswanSettings, MayHaveNoRulesAtAll)
