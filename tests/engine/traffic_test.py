@@ -1,0 +1,312 @@
+#!/usr/bin/env python3
+"""The whole way from a policy to protected packets, between two hosts (see hosts.py).
+
+Run by uml_run:  traffic_test.py CLIENT SERVER ENGINE
+"""
+
+import os
+import signal
+import subprocess
+import sys
+import unittest
+
+import hosts
+from hosts import bypass, discard, eventually, inside, ping, policies, run, states, use, Left, Right, Wire
+
+PROGRAMS = sys.argv[1:4]
+
+
+class Traffic(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        hosts.make_hosts()
+        cls.right = Right()
+        cls.left = Left(*PROGRAMS)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.right.stop()
+
+    def setUp(self):
+        self.right.load()
+        self.left.configure()
+
+    def tearDown(self):
+        self.left.clean_up()
+        self.right.forget()
+        inside("left", "ip", "xfrm", "policy", "flush")
+        inside("left", "ip", "xfrm", "state", "flush")
+
+    def assert_protected(self, address="10.0.0.2", source=None, mode="transport"):
+        """Pings are answered, as ESP on the wire and nothing else, counted by states on both sides."""
+        self.assertTrue(eventually(lambda: ping("left", address, 1, source) == 1), "no ping is answered")
+        before = states("left")
+        with Wire() as wire:
+            self.assertEqual(3, ping("left", address, 3, source))
+        self.assertEqual([], wire.clear())
+        self.assertGreaterEqual(len(wire.esp()), 6)
+        after = states("left")
+        self.assertEqual([3, 3], sorted(after[spi] - before[spi] for spi in before)[-2:])
+        self.assertEqual(set(after), set(states("right")))
+        self.assertEqual({mode}, hosts.modes("left"))
+
+    def test_transport_by_pre_shared_key_then_nothing_is_left(self):
+        self.left.write([use()])
+        self.left.start()
+        pid = self.left.engine_pid()
+        self.assert_protected()
+        self.left.shut_down()
+        self.assertFalse(os.path.exists(f"/proc/{pid}"))
+        self.assertEqual({}, states("left"))
+        self.assertEqual(0, policies("left"))
+        # The other end has heard of it.
+        self.assertTrue(eventually(lambda: not states("right")))
+        self.assertEqual([".lock"], os.listdir(self.left.folder + "/run"))
+        with Wire() as wire:
+            self.assertEqual(3, ping("left", "10.0.0.2"))
+        self.assertEqual(6, len(wire.clear()))
+
+    def test_tunnel_between_subnets(self):
+        self.left.configure('[[strongswan.gateway]]\ndestination = "10.2.0.0/16"\nremote = "10.0.0.2"\nlocal = "10.0.0.1"')
+        self.left.write([use("10.1.0.0/16", "10.2.0.0/16")])
+        self.left.start()
+        self.assert_protected("10.2.0.1", "10.1.0.1", "tunnel")
+
+    def test_tunnel_between_the_addresses_of_identities(self):
+        self.right.load(local="local { auth = psk\n id = 10.0.0.2 }", remote="remote { auth = psk\n id = 10.0.0.1 }")
+        self.left.write([use("10.1.0.0/16", "10.2.0.0/16", **{
+            "identity-type": "ip", "source-identity": "10.0.0.1", "destination-identity": "10.0.0.2"})])
+        self.left.start()
+        self.assert_protected("10.2.0.1", "10.1.0.1", "tunnel")
+
+    def test_ipv6(self):
+        self.left.write([use("fd00::1", "fd00::2")])
+        self.left.start()
+        self.assert_protected("fd00::2")
+
+    def test_ike_version_1(self):
+        self.right.load(version=1)
+        self.left.configure("ike-version = 1")
+        self.left.write([use()])
+        self.left.start()
+        self.assert_protected()
+        self.assertEqual("1", self.right.association()[0]["version"])
+
+    def test_aes_gcm_in_both_phases(self):
+        self.left.write([use()], ("AES-GCM", 256, "SHA384", 20, 3600), ("AES-GCM", 128, "AES-GCM", 19, 1800))
+        self.left.start()
+        self.assert_protected()
+
+    def test_bypass_discard_and_priorities(self):
+        self.left.write([
+            use(),
+            bypass("10.0.0.3", 5),
+            discard("10.0.0.4", 5),
+            # Of two rules for the same traffic the one with the lower number counts, 0 included.
+            bypass("10.0.0.5", 20), discard("10.0.0.5", 0),
+            discard("10.0.0.0/24", 99),
+        ])
+        self.left.start()
+        self.assert_protected()
+        with Wire() as wire:
+            self.assertEqual(3, ping("left", "10.0.0.3"))
+        self.assertEqual(6, len(wire.clear()))
+        self.assertEqual([], wire.esp())
+        for address in ("10.0.0.4", "10.0.0.5", "10.0.0.6"):
+            with Wire() as wire:
+                self.assertEqual(0, ping("left", address))
+            self.assertEqual([], [line for line in wire.lines if address in line and "ARP" not in line])
+
+    def test_a_changed_rule_while_traffic_flows(self):
+        rules = [use(), discard("10.0.0.3", 20)]
+        self.left.write(rules)
+        self.left.start()
+        self.assert_protected()
+        first = states("left")
+        flow = subprocess.Popen(["ip", "netns", "exec", "left", "ping", "-n", "-q", "-c", "40", "-i", "0.2", "-W", "1",
+                                 "10.0.0.2"], stdout=subprocess.PIPE, text=True)
+        self.left.write([rules[0], bypass("10.0.0.3", 20)])
+        self.left.restart()
+        # What did not change was not touched.
+        self.assertEqual(set(first), set(states("left")))
+        self.assertEqual(3, ping("left", "10.0.0.3"))
+        self.assertIn(" 0% packet loss", flow.communicate()[0])
+        self.assert_protected()
+
+        # What changed has a new tunnel, and the old one is gone.
+        self.left.write(rules, phase2=("AES-GCM", 128, "AES-GCM", None, 1800))
+        self.left.restart()
+        self.assert_protected()
+        self.assertEqual(set(), set(first) & set(states("left")))
+        self.assertEqual(2, len(states("left")))
+        self.assertEqual(0, ping("left", "10.0.0.3"))
+
+        # So has what is proven by another key: with the old one on the other side there is none.
+        second = states("left")
+        self.left.write(rules, phase2=("AES-GCM", 128, "AES-GCM", None, 1800),
+                        authentication='authentication = "PSK"\npsk = "another key"\n')
+        self.left.restart()
+        self.assertEqual(0, ping("left", "10.0.0.2"))
+        self.assertEqual(set(), set(second) & set(states("left")))
+
+        self.left.write([discard("10.0.0.3", 20)])
+        self.left.restart()
+        with Wire() as wire:
+            self.assertEqual(3, ping("left", "10.0.0.2"))
+        self.assertEqual(6, len(wire.clear()))
+
+    def make_certificates(self):
+        """root -> internal -> left, right, each with an address and an email address."""
+        folder = hosts.WORK + "/pki"
+        if os.path.exists(folder):
+            return folder
+        os.mkdir(folder)
+
+        def request(name, subject):
+            run("openssl", "req", "-new", "-newkey", "rsa:2048", "-nodes", "-subj", subject, "-keyout",
+                f"{folder}/{name}.key", "-out", f"{folder}/{name}.csr")
+
+        def sign(name, issuer, extensions):
+            with open(f"{folder}/{name}.ext", "w") as file:
+                file.write(extensions)
+            own = ["-signkey", f"{folder}/{name}.key"] if issuer == name else [
+                "-CA", f"{folder}/{issuer}.pem", "-CAkey", f"{folder}/{issuer}.key", "-CAcreateserial"]
+            run("openssl", "x509", "-req", "-in", f"{folder}/{name}.csr", "-days", "2", "-out", f"{folder}/{name}.pem",
+                "-extfile", f"{folder}/{name}.ext", *own)
+
+        authority = "basicConstraints=critical,CA:TRUE\nkeyUsage=keyCertSign,cRLSign\nsubjectKeyIdentifier=hash\n"
+        request("root", "/O=Example/CN=root")
+        sign("root", "root", authority)
+        request("internal", "/O=Example/CN=internal")
+        sign("internal", "root", authority)
+        for name, address in (("left", "10.0.0.1"), ("right", "10.0.0.2")):
+            request(name, f"/O=Example/CN={name}")
+            sign(name, "internal", f"subjectAltName=IP:{address},email:{name}@example.org\n")
+        return folder
+
+    def test_certificates_with_a_chain_and_every_kind_of_identity(self):
+        folder = self.make_certificates()
+        run("cp", f"{folder}/right.key", self.right.folder + "/private/")
+        authorities = f"root {{ cacert = {folder}/root.pem }}\ninternal {{ cacert = {folder}/internal.pem }}"
+        certificates = "".join(
+            f'[[certificate]]\nkind = "{kind}"\ncertificate = "{folder}/{name}.pem"\n' + key
+            for kind, name, key in (("end-entity", "left", f'private-key = "{folder}/left.key"\n'),
+                                    ("internal-ca", "internal", ""), ("root-ca", "root", "")))
+        kinds = {
+            "none": ("", ""),
+            "ip": ("10.0.0.1", "10.0.0.2"),
+            "dn": ("O=Example, CN=left", "O=Example, CN=right"),
+            "email": ("left@example.org", "right@example.org"),
+        }
+        begin = self.left.start
+        for kind, (own, other) in kinds.items():
+            with self.subTest(identity=kind):
+                identity = {"none": "O=Example, CN=right"}.get(kind, other)
+                self.right.load(
+                    local=f'local {{ auth = pubkey\n certs = {folder}/right.pem\n id = "{identity}" }}',
+                    remote="remote { auth = pubkey\n" + (f' id = "{own}"' if own else "") + " }", authorities=authorities)
+                named = {} if kind == "none" else {
+                    "identity-type": kind, "source-identity": own, "destination-identity": other}
+                self.left.write([use(**named)], authentication='authentication = "RSA_SIG"\n', certificates=certificates)
+                begin()
+                begin = self.left.restart
+                self.assert_protected()
+                seen = self.right.swanctl("--list-sas", "--raw").stdout
+                self.assertIn(f"remote-id={own or 'O=Example, CN=left'} ", seen)
+        # Who is not named is refused, whoever has signed for him.
+        self.left.write([use(**{"identity-type": "email", "source-identity": "left@example.org",
+                                "destination-identity": "somebody@example.org"})],
+                        authentication='authentication = "RSA_SIG"\n', certificates=certificates)
+        self.left.restart()
+        self.assertEqual(0, ping("left", "10.0.0.2"))
+        self.assertEqual({}, states("left"))
+
+    def test_identities_with_a_pre_shared_key(self):
+        begin = self.left.start
+        for kind, own, other in (("ip", "10.0.0.1", "10.0.0.2"), ("dn", "C=CH, CN=left", "C=CH, CN=right"),
+                                 ("email", "left@example.org", "right@example.org")):
+            with self.subTest(identity=kind):
+                self.right.load(local=f'local {{ auth = psk\n id = "{other}" }}', remote=f'remote {{ auth = psk\n id = "{own}" }}')
+                self.left.write([use(**{"identity-type": kind, "source-identity": own, "destination-identity": other})])
+                begin()
+                begin = self.left.restart
+                self.assert_protected()
+
+    def test_a_namespace_that_the_policy_names(self):
+        # Client and server are outside.
+        outside = Left(*PROGRAMS)
+        outside.host = []
+        outside.configure()
+        outside.write([use()], namespace="left")
+        outside.start()
+        self.assert_protected()
+        outside.write([use()], namespace="")
+        pid = outside.engine_pid()
+        self.assertEqual("success", outside.ask("shutdown")[0])
+        self.assertFalse(os.path.exists(f"/proc/{pid}"))
+        self.assertEqual(0, policies("left"))
+
+    def test_a_start_over_the_leftovers_of_a_killed_engine(self):
+        self.left.write([use()])
+        self.left.start()
+        self.assert_protected()
+        os.kill(self.left.engine_pid(), signal.SIGKILL)
+        self.right.forget()
+        self.assertTrue(eventually(lambda: "charon" not in inside("left", "ss", "-lxp").stdout))
+        self.assertGreater(policies("left"), 0)
+        # Nothing goes in clear meanwhile.
+        with Wire() as wire:
+            self.assertEqual(0, ping("left", "10.0.0.2"))
+        self.assertEqual([], wire.clear())
+        self.left.start()
+        self.assert_protected()
+        self.assertEqual(2, len(states("left")))
+
+    def write_policy_with_bad_certificates(self):
+        """One that the server accepts and the engine does not."""
+        folder = hosts.WORK + "/bad"
+        os.makedirs(folder, exist_ok=True)
+        for name in ("a.pem", "root.pem", "a.key"):
+            with open(f"{folder}/{name}", "w") as file:
+                file.write("no certificate\n")
+        self.left.write([use()], authentication='authentication = "RSA_SIG"\n', certificates=(
+            f'[[certificate]]\nkind = "end-entity"\ncertificate = "{folder}/a.pem"\nprivate-key = "{folder}/a.key"\n'
+            f'[[certificate]]\nkind = "root-ca"\ncertificate = "{folder}/root.pem"\n'))
+
+    def test_a_start_that_fails_leaves_nothing(self):
+        module = f"/usr/lib/uml/modules/{os.uname().release}/kernel/net/ipv4/ah4.ko"
+        self.left.configure(modules=f'[[modules.module]]\npath = "{module}"\n')
+        self.write_policy_with_bad_certificates()
+        status, detail = self.left.ask("start", self.left.policy)
+        self.assertEqual("failure", status, detail)
+        self.assertRegex(detail, "Can't start service: swanctl: loading .*key-1' failed: parsing ANY private key failed")
+        self.assertIsNone(self.left.engine_pid())
+        self.assertEqual([".lock"], os.listdir(self.left.folder + "/run"))
+        self.assertNotIn("ah4", run("lsmod").stdout)
+        self.assertEqual(0, policies("left"))
+        # The module is there while the engine runs.
+        self.left.write([use()])
+        self.left.start()
+        self.assertIn("ah4", run("lsmod").stdout)
+        self.left.shut_down()
+        self.assertNotIn("ah4", run("lsmod").stdout)
+
+    def test_refused_new_settings_leave_the_tunnel_up(self):
+        self.left.write([use()])
+        self.left.start()
+        self.assert_protected()
+        before = states("left")
+        with open(self.left.settings) as file:
+            content = file.read()
+        self.write_policy_with_bad_certificates()
+        status, detail = self.left.ask("restart", self.left.policy)
+        self.assertEqual("failure", status, detail)
+        self.assertRegex(detail, "wait limit reached: swanctl: loading .*key-1' failed: parsing ANY private key failed")
+        with open(self.left.settings) as file:
+            self.assertEqual(content, file.read())
+        self.assert_protected()
+        self.assertEqual(set(before), set(states("left")))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:], verbosity=2)
