@@ -215,7 +215,7 @@ PolicyReading readPolicyFile(const std::string& path)
 {
     std::string text;
     try {
-        text = readFile(path, LARGEST_FILE);
+        text = programs::readFile(path, LARGEST_FILE);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error("cannot read " + quoted(path) + ": " + error.what());
     }

@@ -67,7 +67,7 @@ std::string readKeyFile(const std::string& path)
     if ((status.st_mode & S_IRWXO) != 0)
         throw std::runtime_error("open to everybody, mode " + inOctal(status.st_mode) + "; use chmod o-rwx");
     // One more for the line end.
-    std::string key = readFile(path, LONGEST_KEY + 1);
+    std::string key = programs::readFile(path, LONGEST_KEY + 1);
     if (!key.empty() && key.back() == '\n')
         key.pop_back();
     return key;

@@ -3,13 +3,13 @@
 #include "Configuration.h"
 
 #include "AddressSet.h"
+#include "FileText.h"
 #include "Text.h"
 
-#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -21,6 +21,8 @@ namespace {
 
 // The parser limits a document to 64 MiB by itself.
 constexpr std::int64_t LARGEST_REQUEST = 67108864;
+
+constexpr std::size_t LARGEST_FILE = 1048576;
 
 struct Signal {
     const char* name;
@@ -278,16 +280,14 @@ void readStrongswan(const Table& table, Configuration& configuration)
     table.finish();
 }
 
+// Not through a stream, which would keep it quiet if memory ran out and give the beginning only.
 std::string contentOf(const std::string& file)
 {
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    stream.peek(); // a directory opens, but does not read
-    if (!stream.is_open() || stream.bad())
-        throw std::runtime_error(file + ": " + (errno == 0 ? "cannot be read" : programs::systemText(errno)));
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
+    try {
+        return programs::readFile(file, LARGEST_FILE);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(file + ": " + error.what());
+    }
 }
 
 toml::table parse(const std::string& file)

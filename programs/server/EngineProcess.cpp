@@ -12,6 +12,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <exception>
 #include <fcntl.h>
 #include <unistd.h>
 #include <vector>
@@ -96,14 +97,27 @@ std::optional<pid_t> EngineProcess::find() const
     return pid && isEngine_(*pid) ? pid : std::nullopt;
 }
 
-bool EngineProcess::waitUntilThere(std::chrono::milliseconds time) const
+bool EngineProcess::waitUntilThere(std::chrono::milliseconds time) const noexcept
 {
-    return waitUntil([this] { return find().has_value(); }, time);
+    return waitUntil_(true, time);
 }
 
-bool EngineProcess::waitUntilGone(std::chrono::milliseconds time) const
+bool EngineProcess::waitUntilGone(std::chrono::milliseconds time) const noexcept
 {
-    return waitUntil([this] { return !find().has_value(); }, time);
+    return waitUntil_(false, time);
+}
+
+bool EngineProcess::waitUntil_(bool there, std::chrono::milliseconds time) const noexcept
+{
+    return waitUntil(
+        [this, there] {
+            try {
+                return find().has_value() == there;
+            } catch (const std::exception&) {
+                return false; // it may be told in a moment
+            }
+        },
+        time);
 }
 
 // A number alone on the first line; what the library reads from the file later is the same.

@@ -25,17 +25,19 @@ public:
     EngineProcess(const std::string& pidFile, const std::string& command);
 
     /// The engine's process id; nothing if it does not run.
+    /// @throws std::runtime_error "PATH: WHY" if that cannot be told, as beginningOf says.
     std::optional<pid_t> find() const;
 
-    /// Waits until the engine runs.
+    /// Waits until the engine runs. As long as that cannot be told, it does not.
     /// @return whether it does in the end
-    bool waitUntilThere(std::chrono::milliseconds time) const;
+    bool waitUntilThere(std::chrono::milliseconds time) const noexcept;
 
-    /// Waits until the engine does not run any more.
+    /// Waits until the engine does not run any more. As long as that cannot be told, it does.
     /// @return whether it is gone in the end
-    bool waitUntilGone(std::chrono::milliseconds time) const;
+    bool waitUntilGone(std::chrono::milliseconds time) const noexcept;
 
 private:
+    bool waitUntil_(bool there, std::chrono::milliseconds time) const noexcept;
     std::optional<pid_t> readPidFile_() const;
     bool isEngine_(pid_t pid) const;
     bool isScriptOf_(pid_t pid) const;

@@ -29,7 +29,8 @@ void EngineSettingManager::getCommand(bool /*variant*/, std::string& command, st
     option = configuration_.serviceOption;
     option += option.empty() ? "" : " ";
     option += "--setting-file " + programs::shellWord(folder_.currentPath()) + " --pid-file " +
-              programs::shellWord(configuration_.pidFile) + " --reason-file " + programs::shellWord(folder_.reasonPath());
+              programs::shellWord(configuration_.pidFile) + " --reason-file " +
+              programs::shellWord(folder_.reasonPath());
 }
 
 void EngineSettingManager::getModuleCommand(bool variant, std::list<std::string>& modules,

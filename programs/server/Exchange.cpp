@@ -17,6 +17,10 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
 namespace {
 
+using Status = common::ResultCommand::Type;
+
+constexpr const char* OUT_OF_MEMORY = "out of memory";
+
 Request receive(int input, const Configuration& configuration)
 {
     RequestStream stream(input, configuration.maxRequestBytes, configuration.maxRequestTime);
@@ -31,7 +35,7 @@ Request receive(int input, const Configuration& configuration)
 }
 
 // @param scenario what the log calls the request; set as soon as it is known
-std::string carryOut(int input, const std::string& configurationFile, const Limits& limits,
+const char* carryOut(int input, const std::string& configurationFile, const Limits& limits,
                      std::string& scenario)
 {
     const Configuration configuration = readConfiguration(configurationFile, knownEngines());
@@ -41,20 +45,23 @@ std::string carryOut(int input, const std::string& configurationFile, const Limi
     return Server(configuration, limits).carryOut(request);
 }
 
-Answer answerTo(int input, const std::string& configurationFile, const Limits& limits, std::string& scenario)
+// @param status set as soon as it is known; whatever happens to the words, that is so
+Answer answerTo(int input, const std::string& configurationFile, const Limits& limits, std::string& scenario,
+                Status& status)
 {
-    Answer answer;
+    const char* done = nullptr;
+    std::string fault;
     try {
-        answer.detail = carryOut(input, configurationFile, limits, scenario);
-        answer.status = common::ResultCommand::Success;
+        done = carryOut(input, configurationFile, limits, scenario);
+        status = common::ResultCommand::Success;
     } catch (const std::bad_alloc&) {
-        answer.detail = "out of memory";
+        fault = OUT_OF_MEMORY;
     } catch (const std::exception& failure) {
-        answer.detail = failure.what();
+        fault = failure.what();
     } catch (...) {
-        answer.detail = "unknown error";
+        fault = "unknown error";
     }
-    return presentable(answer);
+    return presentable({status, done == nullptr ? fault : done});
 }
 
 } // namespace
@@ -62,14 +69,18 @@ Answer answerTo(int input, const std::string& configurationFile, const Limits& l
 bool exchange(Channel& channel, const std::string& configurationFile, const Limits& limits)
 {
     // Made while there is memory, for when there is none.
-    std::string message = messageOf({common::ResultCommand::Failure, "out of memory"});
+    std::string message = messageOf({common::ResultCommand::Failure, OUT_OF_MEMORY});
+    std::string successMessage = messageOf({common::ResultCommand::Success, "done"});
+    Status status = common::ResultCommand::Failure;
     try {
         std::string scenario = "request";
-        const Answer answer = answerTo(channel.input(), configurationFile, limits, scenario);
+        const Answer answer = answerTo(channel.input(), configurationFile, limits, scenario, status);
         logAnswer(scenario, answer);
         message = messageOf(answer);
     } catch (const std::exception&) {
-        logLastResort();
+        if (status == common::ResultCommand::Success)
+            message.swap(successMessage);
+        logLastResort(status);
     }
     return channel.answer(message, limits.answer);
 }

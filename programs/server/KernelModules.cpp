@@ -2,16 +2,21 @@
 
 #include "KernelModules.h"
 
+#include "FileText.h"
 #include "Module.h"
+#include "Utility.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
 #include <exception>
-#include <fstream>
-#include <sstream>
+#include <sys/stat.h>
 
 namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
 namespace {
+
+constexpr std::size_t LARGEST_LISTING = 4194304;
 
 // The name under which the kernel lists a module: it does not tell '-' from '_'.
 std::string listedName(const std::string& path)
@@ -50,9 +55,10 @@ void KernelModules::removeAdded() const
 std::set<std::string> KernelModules::loaded_() const
 {
     std::set<std::string> names;
-    std::ifstream lines(listing_);
-    std::string line;
-    while (std::getline(lines, line))
+    struct stat status = {};
+    if (stat(listing_.c_str(), &status) != 0 && errno == ENOENT) // a kernel without modules
+        return names;
+    for (const std::string& line : common::split(programs::readFile(listing_, LARGEST_LISTING), '\n'))
         names.insert(line.substr(0, line.find(' ')));
     return names;
 }

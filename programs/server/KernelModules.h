@@ -16,7 +16,10 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 class KernelModules {
 public:
     /// @param modules in the order of loading
-    /// @param listing the kernel's list of its modules: a line each, the name first
+    /// @param listing the kernel's list of its modules: a line each, the name first; a kernel without modules
+    ///        has none
+    /// @throws std::runtime_error in the system's words if it cannot be read: what was loaded before must not
+    ///         be mistaken for added.
     explicit KernelModules(const std::list<Configuration::Module>& modules,
                            const std::string& listing = "/proc/modules");
 

@@ -18,9 +18,10 @@ void logAnswer(const std::string& scenario, const Answer& answer)
            answer.detail.c_str());
 }
 
-void logLastResort() noexcept
+void logLastResort(common::ResultCommand::Type status) noexcept
 {
-    syslog(LOG_ERR, "request: failure: out of memory");
+    const bool success = status == common::ResultCommand::Success;
+    syslog(LOG_ERR, "request: %s: out of memory", success ? "success" : "failure");
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

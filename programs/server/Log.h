@@ -18,7 +18,7 @@ void openLog();
 void logAnswer(const std::string& scenario, const Answer& answer);
 
 /// The line for a request that was answered when there was no memory to make an answer of its own.
-void logLastResort() noexcept;
+void logLastResort(common::ResultCommand::Type status) noexcept;
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver
 

@@ -18,9 +18,10 @@ namespace {
 using common::FilterRule;
 
 constexpr programs::Enumerator SCENARIOS[] = {{common::ScenarioCommand::Start, "start"},
-                                    {common::ScenarioCommand::Shutdown, "shutdown"},
-                                    {common::ScenarioCommand::Restart, "restart"}};
-constexpr programs::Enumerator DEFAULT_ACTIONS[] = {{FilterRule::Bypass, "bypass"}, {FilterRule::Discard, "discard"}};
+                                              {common::ScenarioCommand::Shutdown, "shutdown"},
+                                              {common::ScenarioCommand::Restart, "restart"}};
+constexpr programs::Enumerator DEFAULT_ACTIONS[] = {{FilterRule::Bypass, "bypass"},
+                                                    {FilterRule::Discard, "discard"}};
 
 // One record of the request, for checks of its members that name it in their messages.
 class Record {
@@ -146,7 +147,8 @@ void checkAssociation(const common::PayloadPtr& association, const std::string& 
 }
 
 template <std::size_t N>
-void checkRules(const common::FilterSet& rules, const std::string& name, const programs::Enumerator (&actions)[N])
+void checkRules(const common::FilterSet& rules, const std::string& name,
+                const programs::Enumerator (&actions)[N])
 {
     std::size_t number = 0;
     for (const common::FilterRulePtr& rule : rules) {

@@ -49,7 +49,7 @@ Server::Server(const Configuration& configuration, const Limits& limits)
     , engine_(configuration.pidFile, configuration.serviceCommand)
 {}
 
-std::string Server::carryOut(const Request& request)
+const char* Server::carryOut(const Request& request)
 {
     const bool running = engine_.find().has_value();
     if (request.scenario == common::ScenarioCommand::Start) {
@@ -62,11 +62,11 @@ std::string Server::carryOut(const Request& request)
     return request.scenario == common::ScenarioCommand::Restart ? restart_(request) : shutdown_(request);
 }
 
-std::string Server::start_(const Request& request)
+const char* Server::start_(const Request& request)
 {
     manager_->setSettingFilePath(request.settingFilePath);
     clearTheWay_();
-    const auto previous = folder_.inUse();
+    std::optional<SettingFile> old = superseded_();
     const KernelModules modules(configuration_.modules);
     Undo undo;
     writeSettings_(request, undo);
@@ -74,15 +74,15 @@ std::string Server::start_(const Request& request)
     undo.add([this] { stopStartedEngine_(); });
     launch_();
     undo.release();
-    acceptSettings_(previous);
+    acceptSettings_(old);
     return "the engine was started";
 }
 
-std::string Server::restart_(const Request& request)
+const char* Server::restart_(const Request& request)
 {
     manager_->setSettingFilePath(request.settingFilePath);
     clearTheWay_();
-    const auto previous = folder_.inUse();
+    std::optional<SettingFile> old = superseded_();
     Undo undo;
     writeSettings_(request, undo);
     try {
@@ -93,11 +93,11 @@ std::string Server::restart_(const Request& request)
         throw;
     }
     undo.release();
-    acceptSettings_(previous);
+    acceptSettings_(old);
     return "the engine took over the new settings";
 }
 
-std::string Server::shutdown_(const Request& request)
+const char* Server::shutdown_(const Request& request)
 {
     chooseFileToDelete_(request.settingFilePath);
     const Host host(*manager_, configuration_);
@@ -133,23 +133,37 @@ void Server::writeSettings_(const Request& request, Undo& undo)
 {
     const SignalBlock block;
     const auto previous = folder_.inUse();
-    manager_->setFipsMode(request.fipsMode);
-    manager_->writeSettingFile(request.policy, request.defaultRules, request.certificates);
-    undo.add([this] { manager_->putSettingFileBack(); });
-    folder_.setInUse(request.settingFilePath);
     undo.add([this, previous] {
         if (previous)
             folder_.setInUse(*previous);
         else
             folder_.clearInUse();
     });
+    undo.add([this] { manager_->putSettingFileBack(); });
+    manager_->setFipsMode(request.fipsMode);
+    manager_->writeSettingFile(request.policy, request.defaultRules, request.certificates);
+    folder_.setInUse(request.settingFilePath);
 }
 
-void Server::acceptSettings_(const std::optional<std::string>& previous)
+// The file that the new one takes the place of, if it is another one and can be deleted.
+std::optional<SettingFile> Server::superseded_() const
+{
+    const auto used = folder_.inUse();
+    if (!used || *used == manager_->getSettingFilePath())
+        return std::nullopt;
+    try {
+        return folder_.locate(*used);
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+}
+
+// Needs no memory: the engine has the new settings.
+void Server::acceptSettings_(std::optional<SettingFile>& superseded)
 {
     manager_->keepSettingFile();
-    if (previous && *previous != manager_->getSettingFilePath())
-        attempt([this, &previous] { folder_.locate(*previous).remove(); });
+    if (superseded)
+        attempt([&superseded] { superseded->remove(); });
 }
 
 void Server::launch_()
@@ -202,9 +216,13 @@ void Server::chooseFileToDelete_(const std::string& requested)
                                      ": is not the setting file in use, which is " + *used);
         return;
     }
-    // Whatever became of the file in use, the engine is stopped.
-    if (used)
-        attempt([this, &used] { manager_->setSettingFilePath(*used); });
+    if (!used)
+        return;
+    try {
+        manager_->setSettingFilePath(*used);
+    } catch (const std::runtime_error&) { // NOLINT(bugprone-empty-catch)
+        // Whatever became of the file in use, the engine is stopped.
+    }
 }
 
 void Server::deleteSettings_()
@@ -221,7 +239,8 @@ void Server::withEnginesWords_(Step step)
     try {
         step();
     } catch (const std::exception& failure) {
-        const std::string words = folder_.reason();
+        std::string words;
+        attempt([this, &words] { words = folder_.reason(); });
         folder_.clearReason();
         throw std::runtime_error(words.empty() ? failure.what() : failure.what() + (": " + words));
     }

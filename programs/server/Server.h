@@ -53,20 +53,21 @@ public:
     ///   the file in use is meant.
     ///
     /// A setting file that is not in use any more because another one is, is deleted.
-    /// @return what was done, in words for the client
+    /// @return what was done, in words for the client; a text that needs no memory, as it is done then
     /// @throws std::exception with the words of what failed: "the engine is already running" and "the engine
     ///         is not running" (nothing has changed then), those of ModuleService, followed by ": " and the
     ///         engine's own words if it left any, those of the setting manager.
-    std::string carryOut(const Request& request);
+    const char* carryOut(const Request& request);
 
 private:
-    std::string start_(const Request& request);
-    std::string restart_(const Request& request);
-    std::string shutdown_(const Request& request);
+    const char* start_(const Request& request);
+    const char* restart_(const Request& request);
+    const char* shutdown_(const Request& request);
 
     void clearTheWay_();
     void writeSettings_(const Request& request, Undo& undo);
-    void acceptSettings_(const std::optional<std::string>& previous);
+    std::optional<SettingFile> superseded_() const;
+    void acceptSettings_(std::optional<SettingFile>& superseded);
     void launch_();
     void reconfigure_();
     void takeOldSettings_();

@@ -3,71 +3,68 @@
 #include "StandaloneSettingManager.h"
 
 #include "Association.h"
+#include "JsonText.h"
 #include "PolicyNames.h"
 
-#include <nlohmann/json.hpp>
+#include <list>
+#include <string>
 
 namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
 namespace {
 
-// Members stay in the order in which they are written here.
-using Json = nlohmann::ordered_json;
-
 constexpr int FORMAT = 1;
-constexpr int INDENTATION = 2;
 
-Json jsonOf(const programs::TransformAttributes& transform)
+void write(JsonText& json, const programs::TransformAttributes& transform)
 {
-    Json json = {{"id", transform.id}, {"encryption", programs::nameOf(programs::ENCRYPTIONS, transform.encryption.value())}};
+    json.member("id", transform.id);
+    json.member("encryption", programs::nameOf(programs::ENCRYPTIONS, transform.encryption.value()));
     if (transform.keyLength)
-        json["key-length"] = *transform.keyLength;
-    json["hash"] = programs::nameOf(programs::HASHES, transform.hash.value());
+        json.member("key-length", *transform.keyLength);
+    json.member("hash", programs::nameOf(programs::HASHES, transform.hash.value()));
     if (transform.authentication) {
-        json["authentication"] = programs::nameOf(programs::AUTHENTICATIONS, *transform.authentication);
-        json["authentication-data"] = transform.authenticationData;
+        json.member("authentication", programs::nameOf(programs::AUTHENTICATIONS, *transform.authentication));
+        json.member("authentication-data", transform.authenticationData);
     }
     if (transform.group)
-        json["group"] = std::stoi(programs::nameOf(programs::GROUPS, *transform.group));
-    json["lifetime"] = transform.lifeDuration.value();
-    return json;
+        json.member("group", std::stoi(programs::nameOf(programs::GROUPS, *transform.group)));
+    json.member("lifetime", transform.lifeDuration.value());
 }
 
-Json jsonOf(const common::PayloadPtr& association, const char* name)
+void write(JsonText& json, const common::FilterRulePtr& rule)
 {
-    Json proposals = Json::array();
-    for (const programs::ProposalTransforms& proposal : programs::proposalsOf(association, name)) {
-        Json transforms = Json::array();
-        for (const programs::TransformAttributes& transform : proposal.transforms)
-            transforms.push_back(jsonOf(transform));
-        proposals.push_back({{"id", proposal.id}, {"transforms", transforms}});
-    }
-    return proposals;
+    json.member("action", programs::nameOf(programs::ACTIONS, rule->getFilterType()));
+    json.member("source", rule->getSrcIpAddress());
+    json.member("destination", rule->getDstIpAddress());
+    json.member("priority", rule->getPriority());
+    json.member("identity-type", programs::nameOf(programs::IDENTITY_TYPES, rule->getIdentityType()));
+    json.member("source-identity", rule->getSrcIdentity());
+    json.member("destination-identity", rule->getDstIdentity());
 }
 
-Json jsonOf(const common::FilterRule& rule)
+void write(JsonText& json, const common::CertificatePtr& certificate)
 {
-    return {{"action", programs::nameOf(programs::ACTIONS, rule.getFilterType())},
-            {"source", rule.getSrcIpAddress()},
-            {"destination", rule.getDstIpAddress()},
-            {"priority", rule.getPriority()},
-            {"identity-type", programs::nameOf(programs::IDENTITY_TYPES, rule.getIdentityType())},
-            {"source-identity", rule.getSrcIdentity()},
-            {"destination-identity", rule.getDstIdentity()}};
+    json.member("kind", programs::nameOf(programs::CERTIFICATE_KINDS, certificate->getKind()));
+    json.member("certificate", certificate->getCertFilePath());
+    json.member("private-key", certificate->getPkeyFilePath());
 }
 
-Json jsonOf(const common::Certificate& certificate)
+void write(JsonText& json, const programs::ProposalTransforms& proposal);
+
+template <class Records>
+void writeArray(JsonText& json, const Records& records)
 {
-    return {{"kind", programs::nameOf(programs::CERTIFICATE_KINDS, certificate.getKind())},
-            {"certificate", certificate.getCertFilePath()},
-            {"private-key", certificate.getPkeyFilePath()}};
+    json.array([&] {
+        for (const auto& record : records)
+            json.object([&] { write(json, record); });
+    });
 }
 
-template <class Handles>
-void append(Json& array, const Handles& handles)
+void write(JsonText& json, const programs::ProposalTransforms& proposal)
 {
-    for (const auto& handle : handles)
-        array.push_back(jsonOf(*handle));
+    json.member("id", proposal.id);
+    json.name("transforms");
+    writeArray(json, proposal.transforms);
 }
 
 } // namespace
@@ -77,17 +74,23 @@ std::string StandaloneSettingManager::render_(const common::IPsecPolicy& policy,
                                               const std::list<common::CertificatePtr>& certificates,
                                               bool fipsMode) const
 {
-    Json settings = {{"format", FORMAT},
-                     {"fips", fipsMode},
-                     {"namespace", policy.getNsName()},
-                     {"phase1", jsonOf(policy.getPhase1SA(), "phase 1")},
-                     {"phase2", jsonOf(policy.getPhase2SA(), "phase 2")},
-                     {"rules", Json::array()},
-                     {"certificates", Json::array()}};
-    append(settings["rules"], policy.getFilterRules());
-    append(settings["rules"], filters);
-    append(settings["certificates"], certificates);
-    return settings.dump(INDENTATION) + "\n";
+    common::FilterSet rules = policy.getFilterRules();
+    rules.insert(rules.end(), filters.begin(), filters.end());
+    JsonText json;
+    json.object([&] {
+        json.member("format", FORMAT);
+        json.member("fips", fipsMode);
+        json.member("namespace", policy.getNsName());
+        json.name("phase1");
+        writeArray(json, programs::proposalsOf(policy.getPhase1SA(), "phase 1"));
+        json.name("phase2");
+        writeArray(json, programs::proposalsOf(policy.getPhase2SA(), "phase 2"));
+        json.name("rules");
+        writeArray(json, rules);
+        json.name("certificates");
+        writeArray(json, certificates);
+    });
+    return json.text() + "\n";
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

@@ -13,7 +13,7 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 /// Runs a step whose failure changes nothing for the client, who is told what failed first, or that all went
 /// well.
 template <class Step>
-void attempt(Step step) noexcept
+void attempt(const Step& step) noexcept
 {
     try {
         step();
@@ -30,6 +30,8 @@ public:
     Undo(const Undo&) = delete;
     Undo& operator=(const Undo&) = delete;
 
+    /// Before the step is done: there may be no memory to note it down afterwards. So it must be harmless to
+    /// take back a step that did not come to pass.
     void add(std::function<void()> step) { steps_.push_back(std::move(step)); }
 
     /// The steps stay done.

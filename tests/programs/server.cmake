@@ -14,6 +14,14 @@ ipseccfg_test(server_faults
     SOURCES server_disk.cpp server_faults.cpp
     LIBRARIES ipseccfg_server server_support)
 
+# Both at once, and the memory: a program of its own, as it counts and fails the allocations of all of it.
+ipseccfg_test(server_exchange_faults
+    SOURCES server_disk.cpp server_host.cpp server_exchange_faults.cpp
+    LIBRARIES ipseccfg_server server_support failing_heap ${CMAKE_DL_LIBS})
+if(TARGET failing_expat)
+    target_link_libraries(server_exchange_faults PRIVATE failing_expat)
+endif()
+
 # The program's own system, kill, sleep... stand in for libc's.
 ipseccfg_test(server_host
     SOURCES server_host.cpp server_carry_out.cpp

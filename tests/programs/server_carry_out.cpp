@@ -45,7 +45,7 @@ protected:
     {
         std::istringstream stream(request);
         try {
-            return "success: " + Server(configuration, limits).carryOut(receiveRequest(stream));
+            return std::string("success: ") + Server(configuration, limits).carryOut(receiveRequest(stream));
         } catch (const std::exception& failure) {
             return std::string("failure: ") + failure.what();
         }

@@ -15,6 +15,18 @@ namespace {
 
 using tests::disk;
 
+bool isFile(int fd)
+{
+    struct stat status = {};
+    return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void note(const char* call)
+{
+    const tests::Undisturbed undisturbed;
+    disk.asked.emplace_back(call);
+}
+
 bool fails(const char* call)
 {
     if (disk.call != call || !disk.calls.strikes())
@@ -39,7 +51,8 @@ int openat(int folder, const char* path, int flags, ...)
 
 ssize_t write(int fd, const void* data, size_t size)
 {
-    return fails("write") ? -1 : syscall(SYS_write, fd, data, std::min(size, disk.longestWrite));
+    return isFile(fd) && fails("write") ? -1
+                                        : syscall(SYS_write, fd, data, std::min(size, disk.longestWrite));
 }
 
 ssize_t read(int fd, void* data, size_t size)
@@ -49,9 +62,7 @@ ssize_t read(int fd, void* data, size_t size)
 
 int fsync(int fd)
 {
-    struct stat status = {};
-    disk.asked.emplace_back(fstat(fd, &status) == 0 && S_ISDIR(status.st_mode) ? "fsync folder"
-                                                                               : "fsync file");
+    note(isFile(fd) ? "fsync file" : "fsync folder");
     return fails("fsync") ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
 }
 
@@ -67,7 +78,7 @@ int symlinkat(const char* target, int folder, const char* name) noexcept
 
 int renameat(int from, const char* name, int to, const char* newName) noexcept
 {
-    disk.asked.emplace_back("rename");
+    note("rename");
     if (disk.beforeRename)
         disk.beforeRename();
     return fails("renameat") ? -1 : static_cast<int>(syscall(SYS_renameat2, from, name, to, newName, 0));

@@ -1,8 +1,8 @@
 #ifndef TESTS_PROGRAMS_SERVER_DISK_H
 #define TESTS_PROGRAMS_SERVER_DISK_H
 
-// A disk that fails: the program's own openat, read, write, fsync, linkat, symlinkat, unlinkat and renameat stand
-// in for libc's and do their work unless a test says that one of them fails.
+// A disk that fails: the program's own openat, read, write, fsync, linkat, symlinkat and renameat stand
+// in for libc's and do their work unless a test says that one of them fails. A write into what is no file never does.
 
 #include "Failures.h"
 

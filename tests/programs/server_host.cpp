@@ -2,10 +2,11 @@
 
 #include "server_host.h"
 
+#include "FailingHeap.h"
+
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <spawn.h>
@@ -93,12 +94,14 @@ extern "C" {
 
 int system(const char* command)
 {
+    const tests::Undisturbed undisturbed;
     tests::host->asked.emplace_back(command);
     return tests::host->onCommand(command) << 8;
 }
 
 int kill(pid_t pid, int signal) noexcept
 {
+    const tests::Undisturbed undisturbed;
     if (tests::host == nullptr || pid != tests::host->enginePid)
         return static_cast<int>(syscall(SYS_kill, pid, signal));
     tests::host->asked.push_back("signal " + std::to_string(signal));
@@ -108,43 +111,54 @@ int kill(pid_t pid, int signal) noexcept
 
 unsigned sleep(unsigned /*seconds*/)
 {
+    const tests::Undisturbed undisturbed;
     return 0;
 }
 
 int usleep(useconds_t /*microseconds*/)
 {
+    const tests::Undisturbed undisturbed;
     return 0;
 }
 
 int stat(const char* path, struct stat* status) noexcept
 {
+    const tests::Undisturbed undisturbed;
     return fstatat(AT_FDCWD, tests::led(path).c_str(), status, 0);
 }
 
 int lstat(const char* path, struct stat* status) noexcept
 {
+    const tests::Undisturbed undisturbed;
     return fstatat(AT_FDCWD, tests::led(path).c_str(), status, AT_SYMLINK_NOFOLLOW);
 }
 
 int remove(const char* path) noexcept
 {
+    const tests::Undisturbed undisturbed;
     return unlinkat(AT_FDCWD, tests::led(path).c_str(), 0);
 }
 
 int unlink(const char* path) noexcept
 {
+    const tests::Undisturbed undisturbed;
     return unlinkat(AT_FDCWD, tests::led(path).c_str(), 0);
 }
 
-FILE* fopen64(const char* path, const char* mode)
+int open(const char* path, int flags, ...)
 {
-    using Open = FILE* (*)(const char*, const char*);
-    static const auto open = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "fopen64"));
-    return open(tests::led(path).c_str(), mode);
+    const tests::Undisturbed undisturbed;
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return static_cast<int>(
+        syscall(SYS_openat, AT_FDCWD, tests::led(path).c_str(), flags | O_LARGEFILE, mode));
 }
 
 void syslog(int /*priority*/, const char* format, ...)
 {
+    const tests::Undisturbed undisturbed;
     char line[4096];
     std::va_list arguments;
     va_start(arguments, format);

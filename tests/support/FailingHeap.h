@@ -33,11 +33,11 @@ public:
     // The allocations. Null if one fails.
     void* allocate(std::size_t size) noexcept
     {
-        return undisturbed_ == 0 && failure.strikes() ? nullptr : counted_(std::malloc(size));
+        return failure.strikes() ? nullptr : counted_(std::malloc(size));
     }
     void* reallocate(void* memory, std::size_t size) noexcept
     {
-        if (undisturbed_ == 0 && failure.strikes())
+        if (failure.strikes())
             return nullptr;
         const std::size_t before = memory == nullptr ? 0 : malloc_usable_size(memory);
         void* const moved = std::realloc(memory, size);
@@ -57,8 +57,6 @@ public:
     }
 
 private:
-    friend class Undisturbed;
-
     void* counted_(void* memory) noexcept
     {
         if (memory != nullptr) {
@@ -72,20 +70,9 @@ private:
     long live_ = 0;
     std::size_t used_ = 0;
     std::size_t peak_ = 0;
-    int undisturbed_ = 0;
 };
 
 inline FailingHeap heap;
-
-/// While one exists no allocation fails, nor counts as one that could: for what stands in for the world
-/// outside, which has memory of its own.
-class Undisturbed {
-public:
-    Undisturbed() { ++heap.undisturbed_; }
-    ~Undisturbed() { --heap.undisturbed_; }
-    Undisturbed(const Undisturbed&) = delete;
-    Undisturbed& operator=(const Undisturbed&) = delete;
-};
 
 /// What came of an action: empty if it ran through, "bad_alloc", or the text of another exception.
 template <class Action>

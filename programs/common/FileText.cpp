@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
-namespace norvale::tamber::systemdata::ipseccfg::client {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 namespace {
 
@@ -20,7 +20,7 @@ public:
         : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) // NOLINT(cppcoreguidelines-pro-type-vararg)
     {
         if (descriptor_ < 0)
-            throw std::runtime_error(programs::systemText(errno));
+            throw std::runtime_error(systemText(errno));
     }
     ~OpenFile() { ::close(descriptor_); }
     OpenFile(const OpenFile&) = delete;
@@ -34,7 +34,7 @@ public:
             count = ::read(descriptor_, bytes, size);
         while (count < 0 && errno == EINTR);
         if (count < 0)
-            throw std::runtime_error(programs::systemText(errno));
+            throw std::runtime_error(systemText(errno));
         return static_cast<std::size_t>(count);
     }
 
@@ -57,4 +57,4 @@ std::string readFile(const std::string& path, std::size_t limit)
     return text;
 }
 
-} // namespace norvale::tamber::systemdata::ipseccfg::client
+} // namespace norvale::tamber::systemdata::ipseccfg::programs

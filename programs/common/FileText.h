@@ -1,5 +1,5 @@
-#ifndef IPSECCFG_CLIENT_FILETEXT_H
-#define IPSECCFG_CLIENT_FILETEXT_H
+#ifndef IPSECCFG_PROGRAMS_FILETEXT_H
+#define IPSECCFG_PROGRAMS_FILETEXT_H
 
 /// @file
 /// Reading of whole files.
@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string>
 
-namespace norvale::tamber::systemdata::ipseccfg::client {
+namespace norvale::tamber::systemdata::ipseccfg::programs {
 
 /// The contents of a file of at most `limit` bytes; a pipe is read to its end.
 /// @throws std::runtime_error with the reason in words that follow the file's name: the system's ("No such
@@ -15,6 +15,6 @@ namespace norvale::tamber::systemdata::ipseccfg::client {
 ///         "larger than N bytes".
 std::string readFile(const std::string& path, std::size_t limit);
 
-} // namespace norvale::tamber::systemdata::ipseccfg::client
+} // namespace norvale::tamber::systemdata::ipseccfg::programs
 
 #endif
