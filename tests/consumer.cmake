@@ -10,4 +10,7 @@ foreach(way installed static add_subdirectory FetchContent)
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/consumer/consumer.sh ${way} ${CMAKE_CURRENT_BINARY_DIR}/consumer/${way})
     set_tests_properties(consumer.${way} PROPERTIES TIMEOUT 900
         ENVIRONMENT "SOURCE=${PROJECT_SOURCE_DIR};BUILD=${PROJECT_BINARY_DIR};VERSION=${PROJECT_VERSION};CXX=${CMAKE_CXX_COMPILER};LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER};CMAKE=${CMAKE_COMMAND};PKG_CONFIG=${PKG_CONFIG}")
+    if(NOT way STREQUAL "installed")
+        set_tests_properties(consumer.${way} PROPERTIES LABELS "consumer;long") # they build the libraries anew
+    endif()
 endforeach()

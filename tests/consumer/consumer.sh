@@ -74,7 +74,7 @@ check_components() {
     whole=$(cd "$work/installed" && find . ! -type d | sort)
     parts=$(for component in runtime development programs; do (cd "$work/$component" && find . ! -type d); done | sort)
     diff <(echo "$whole") <(echo "$parts") || fail "the components are not the whole (<), or overlap (>)"
-    ! find "$work/runtime" -name '*.h' -o -name '*.so' | grep -q . || fail "the component runtime holds what only builds need"
+    [[ -z $(find "$work/runtime" -name '*.h' -o -name '*.so') ]] || fail "the component runtime holds what only builds need"
 }
 
 rm -rf "$work"
@@ -87,7 +87,7 @@ installed)
     build_consumer -DCONSUMER_WAY=find_package -DCMAKE_PREFIX_PATH="$work/installed"
     run_programs "$work/build-$way"
     use_pkg_config "$work/installed"
-    "$work/installed/bin/ipseccfgctl" --version | grep -qx "ipseccfgctl $VERSION" || fail "ipseccfgctl does not run"
+    [[ $("$work/installed/bin/ipseccfgctl" --version) == "ipseccfgctl $VERSION" ]] || fail "ipseccfgctl does not run"
     check_components
     ;;
 static)
@@ -98,7 +98,7 @@ static)
     build_consumer -DCONSUMER_WAY=find_package -DCMAKE_PREFIX_PATH="$work/installed"
     run_programs "$work/build-$way"
     use_pkg_config "$work/installed" --static
-    ! ldd "$work/pkg-config/use_ipseccfg" | grep -qE 'ipseccfg|systemdata' || fail "a static program needs the shared library"
+    [[ ! $(ldd "$work/pkg-config/use_ipseccfg") =~ ipseccfg\.|systemdata ]] || fail "a static program needs the shared library"
     ;;
 add_subdirectory | FetchContent)
     build_consumer -DCONSUMER_WAY="$way" -DCONSUMER_SOURCE="$SOURCE"
