@@ -259,6 +259,13 @@ TEST_F(AssociationMessage, EndsTheStructureQuietlyAtANumberThatDoesNotFitAnInt)
               associations.getPhase1SA()->to_string());
 }
 
+TEST_F(AssociationMessage, HasNoTransformWhoseNumberDoesNotFitAnInt)
+{
+    const auto associations = read<SecurityAssociationDeserializer>(
+        "{\ntable-id 3 1\nphase-id 3 1\nproposal-id 3 1\ntransform-id 3 99999999999\n}\n");
+    EXPECT_EQ("SecurityAssociation: \nproposalID: 1\n\n", associations.getPhase1SA()->to_string());
+}
+
 // A request may hold as many proposals as it has room for.
 TEST_F(AssociationMessage, ReadsItsProposalsInLinearTime)
 {

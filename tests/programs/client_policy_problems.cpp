@@ -81,6 +81,9 @@ const std::vector<Row> KEYS = {
      {"3:13: engine.namespace: must be 1 to 255 letters, digits, '_', '.' and '-' (neither '.' nor '..'), or "
       "empty "
       "for none, not the boolean false"}},
+    {"TheOtherBooleanInPlaceOfAString",
+     "[engine]\nsetting-file = true\n",
+     {"2:16: engine.setting-file: must be an absolute path, not the boolean true"}},
     {"FractionInPlaceOfAnInteger",
      withRule("action = \"bypass\"\nsource = \"192.0.2.1\"\ndestination = \"192.0.2.2\"\npriority = 1.5\n"),
      {"7:12: rule[0].priority: must be an integer from 0 to 99, not the number 1.5"}},
