@@ -478,6 +478,14 @@ TEST(ServerRequestCheck, RefusesAnAttributeGivenTwice)
                   verdictOnWire(member(name, value), member(name, value) + member(name, value)));
 }
 
+TEST(ServerRequestCheck, CallsProposalAndTransformByTheirIdsWhateverTheirPlace)
+{
+    EXPECT_EQ(
+        "phase 1, proposal 5, transform 7: enc-algo: is given twice",
+        verdictOnWire(member("transform-id", "0"),
+                      member("proposal-id", "5") + member("transform-id", "7") + member("enc-algo", "1")));
+}
+
 TEST(ServerRequestCheck, TakesTheKeyLengthsOf3Des)
 {
     const struct {
