@@ -132,6 +132,7 @@ TEST_F(StandaloneSettings, AreRefusedWithThePositionIfTheyAreNotJson)
     EXPECT_EQ("2:1: is not JSON", verdictOn("{\n]"));
     EXPECT_EQ("1:3: is not JSON", verdictOn("{}}"));
     EXPECT_EQ("2:10: is not JSON", verdictOn("{\"a\":\n\"SECRET\" SECRET"));
+    EXPECT_EQ("2:8: is not JSON", verdictOn("{\n\"a\": \"x\n\"}")); // a text that its line's end breaks off
     EXPECT_EQ(" the file: must be an object", verdictOn("[]"));
 }
 
