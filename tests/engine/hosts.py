@@ -263,11 +263,17 @@ class Left:
 
     def ask(self, *words):
         """The client's answer: status and detail."""
+        answer = self.answer(*words)
+        return answer.get("status"), answer.get("detail") or answer.get("problems")
+
+    def status(self):
+        return self.answer("status")
+
+    def answer(self, *words):
         environment = dict(os.environ, IPSECCFG_SERVER_CONFIG=self.folder + "/server.toml")
         result = subprocess.run([*self.host, self.client, "--server", self.server, "--json", *words], env=environment,
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=120)
-        answer = json.loads(result.stdout or "{}")
-        return answer.get("status"), answer.get("detail") or answer.get("problems") or result.stderr
+        return json.loads(result.stdout or json.dumps({"status": "none", "detail": result.stderr}))
 
     def command(self, word):
         status, detail = self.ask(word, self.policy)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The whole way from a policy to protected packets, between two hosts (see hosts.py).
 
-Run by uml_run:  traffic_test.py CLIENT SERVER ENGINE
+Run by uml_run:  traffic_test.py CLIENT SERVER ENGINE [CLASS]
 """
 
 import os
@@ -16,24 +16,28 @@ from hosts import bypass, discard, eventually, inside, ping, policies, run, stat
 PROGRAMS = sys.argv[1:4]
 
 
-class Traffic(unittest.TestCase):
+class Hosts(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         hosts.make_hosts()
-        cls.right = Right()
+        cls.right = None
         cls.left = Left(*PROGRAMS)
 
     @classmethod
     def tearDownClass(cls):
-        cls.right.stop()
+        if cls.right:
+            cls.right.stop()
 
     def setUp(self):
+        if not self.right:
+            type(self).right = Right()
         self.right.load()
         self.left.configure()
 
     def tearDown(self):
         self.left.clean_up()
-        self.right.forget()
+        if self.right:
+            self.right.forget()
         inside("left", "ip", "xfrm", "policy", "flush")
         inside("left", "ip", "xfrm", "state", "flush")
 
@@ -50,12 +54,26 @@ class Traffic(unittest.TestCase):
         self.assertEqual(set(after), set(states("right")))
         self.assertEqual({mode}, hosts.modes("left"))
 
+
+class Protection(Hosts):
+    """What each thing that a policy can say does to packets."""
+
     def test_transport_by_pre_shared_key_then_nothing_is_left(self):
         self.left.write([use()])
         self.left.start()
         pid = self.left.engine_pid()
+        rule, = self.left.status()["rules"]
+        self.assertEqual(("use", "10.0.0.1/32", "10.0.0.2/32", 10, "trapped"), tuple(
+            rule[key] for key in ("action", "source", "destination", "priority", "state")))
         self.assert_protected()
+        rule, = self.left.status()["rules"]
+        self.assertEqual(("up", "10.0.0.2 [10.0.0.2]", "AES_CBC-256/HMAC_SHA2_256_128"), tuple(
+            rule[key] for key in ("state", "peer", "suite")))
+        self.assertEqual([rule["packets-in"], rule["packets-out"]], sorted(states("left").values()))
+        self.assertGreaterEqual(rule["bytes-in"], 3 * 64)
+        self.assertTrue(0 < rule["rekey-seconds"] <= 1620, rule)
         self.left.shut_down()
+        self.assertEqual("the engine is not running", self.left.status()["detail"])
         self.assertFalse(os.path.exists(f"/proc/{pid}"))
         self.assertEqual({}, states("left"))
         self.assertEqual(0, policies("left"))
@@ -108,6 +126,9 @@ class Traffic(unittest.TestCase):
         ])
         self.left.start()
         self.assert_protected()
+        self.assertEqual([("discard", 0, "in force"), ("bypass", 5, "in force"), ("discard", 5, "in force"),
+                          ("use", 10, "up"), ("bypass", 20, "in force"), ("discard", 99, "in force")],
+                         [(rule["action"], rule["priority"], rule["state"]) for rule in self.left.status()["rules"]])
         with Wire() as wire:
             self.assertEqual(3, ping("left", "10.0.0.3"))
         self.assertEqual(6, len(wire.clear()))
@@ -116,44 +137,6 @@ class Traffic(unittest.TestCase):
             with Wire() as wire:
                 self.assertEqual(0, ping("left", address))
             self.assertEqual([], [line for line in wire.lines if address in line and "ARP" not in line])
-
-    def test_a_changed_rule_while_traffic_flows(self):
-        rules = [use(), discard("10.0.0.3", 20)]
-        self.left.write(rules)
-        self.left.start()
-        self.assert_protected()
-        first = states("left")
-        flow = subprocess.Popen(["ip", "netns", "exec", "left", "ping", "-n", "-q", "-c", "40", "-i", "0.2", "-W", "1",
-                                 "10.0.0.2"], stdout=subprocess.PIPE, text=True)
-        self.left.write([rules[0], bypass("10.0.0.3", 20)])
-        self.left.restart()
-        # What did not change was not touched.
-        self.assertEqual(set(first), set(states("left")))
-        self.assertEqual(3, ping("left", "10.0.0.3"))
-        self.assertIn(" 0% packet loss", flow.communicate()[0])
-        self.assert_protected()
-
-        # What changed has a new tunnel, and the old one is gone.
-        self.left.write(rules, phase2=("AES-GCM", 128, "AES-GCM", None, 1800))
-        self.left.restart()
-        self.assert_protected()
-        self.assertEqual(set(), set(first) & set(states("left")))
-        self.assertEqual(2, len(states("left")))
-        self.assertEqual(0, ping("left", "10.0.0.3"))
-
-        # So has what is proven by another key: with the old one on the other side there is none.
-        second = states("left")
-        self.left.write(rules, phase2=("AES-GCM", 128, "AES-GCM", None, 1800),
-                        authentication='authentication = "PSK"\npsk = "another key"\n')
-        self.left.restart()
-        self.assertEqual(0, ping("left", "10.0.0.2"))
-        self.assertEqual(set(), set(second) & set(states("left")))
-
-        self.left.write([discard("10.0.0.3", 20)])
-        self.left.restart()
-        with Wire() as wire:
-            self.assertEqual(3, ping("left", "10.0.0.2"))
-        self.assertEqual(6, len(wire.clear()))
 
     def make_certificates(self):
         """root -> internal -> left, right, each with an address and an email address."""
@@ -245,6 +228,48 @@ class Traffic(unittest.TestCase):
         self.assertEqual("success", outside.ask("shutdown")[0])
         self.assertFalse(os.path.exists(f"/proc/{pid}"))
         self.assertEqual(0, policies("left"))
+
+
+class Changes(Hosts):
+    """What becomes of tunnels when something changes or fails."""
+
+    def test_a_changed_rule_while_traffic_flows(self):
+        rules = [use(), discard("10.0.0.3", 20)]
+        self.left.write(rules)
+        self.left.start()
+        self.assert_protected()
+        first = states("left")
+        flow = subprocess.Popen(["ip", "netns", "exec", "left", "ping", "-n", "-q", "-c", "40", "-i", "0.2", "-W", "1",
+                                 "10.0.0.2"], stdout=subprocess.PIPE, text=True)
+        self.left.write([rules[0], bypass("10.0.0.3", 20)])
+        self.left.restart()
+        # What did not change was not touched.
+        self.assertEqual(set(first), set(states("left")))
+        self.assertEqual(3, ping("left", "10.0.0.3"))
+        self.assertIn(" 0% packet loss", flow.communicate()[0])
+        self.assert_protected()
+
+        # What changed has a new tunnel, and the old one is gone.
+        self.left.write(rules, phase2=("AES-GCM", 128, "AES-GCM", None, 1800))
+        self.left.restart()
+        self.assert_protected()
+        self.assertEqual(set(), set(first) & set(states("left")))
+        self.assertEqual(2, len(states("left")))
+        self.assertEqual(0, ping("left", "10.0.0.3"))
+
+        # So has what is proven by another key: with the old one on the other side there is none.
+        second = states("left")
+        self.left.write(rules, phase2=("AES-GCM", 128, "AES-GCM", None, 1800),
+                        authentication='authentication = "PSK"\npsk = "another key"\n')
+        self.left.restart()
+        self.assertEqual(0, ping("left", "10.0.0.2"))
+        self.assertEqual(set(), set(second) & set(states("left")))
+
+        self.left.write([discard("10.0.0.3", 20)])
+        self.left.restart()
+        with Wire() as wire:
+            self.assertEqual(3, ping("left", "10.0.0.2"))
+        self.assertEqual(6, len(wire.clear()))
 
     def test_a_start_over_the_leftovers_of_a_killed_engine(self):
         self.left.write([use()])
