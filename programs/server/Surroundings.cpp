@@ -148,10 +148,10 @@ void leaveCallersSurroundings()
     stopTimers();
     setSignals();
     umask(S_IRWXG | S_IRWXO);
-    keepMemoryPrivate();
     closeInheritedDescriptors();
     raiseLimits();
     raisePriority();
+    keepMemoryPrivate(); // last, as the files of this process in /proc are root's from then on
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

@@ -185,20 +185,21 @@ TEST_F(ServerAttack, WithAStandardErrorThatNobodyReadsKeepsNobodyWaiting)
 
 TEST_F(ServerAttack, FromATerminalStopsNoServerThatIsAtWork)
 {
-    ASSERT_EQ(0, mkfifo((folder / "begun").c_str(), 0600));
     ASSERT_EQ(0, mkfifo((folder / "go").c_str(), 0600));
-    configureScript("echo $$ >" + (folder / "begun") + "; read go <" + (folder / "go") + "; exit 1\n");
+    const int go = open((folder / "go").c_str(), O_RDWR | O_CLOEXEC);
+    configureScript("echo $$ >" + pidFile + "; read go <" + (folder / "go") + "; exit 1\n");
     // Signals of a terminal have no effect on a group that nobody could wake up again.
     tests::Process server(callerOfServer({"own-group"}), environment());
     server.send(tests::startText(settingFile));
-    const pid_t engine = std::stoi(tests::readFile(folder / "begun"));
+    ASSERT_TRUE(tests::eventually([this] { return enginePid() > 0; }));
     for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
-        for (const pid_t pid : {engine, server.pid()})
+        for (const pid_t pid : {enginePid(), server.pid()})
             kill(pid, signal);
-    tests::writeFile(folder / "go", "\n");
+    EXPECT_EQ(1, write(go, "\n", 1));
     EXPECT_TRUE(server.hasAnswered(10s));
     kill(-server.pid(), SIGCONT);
     EXPECT_EQ("failure: Can't start service", tests::inWords(server.readAll()));
+    close(go);
 }
 
 TEST_F(ServerAttack, WithATimerEndsNoServerThatIsAtWork)
