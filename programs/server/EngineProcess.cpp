@@ -3,17 +3,21 @@
 #include "EngineProcess.h"
 
 #include "FileBeginning.h"
+#include "Text.h"
 #include "Utility.h"
 #include "Waiting.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
+#include <stdexcept>
+#include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
 
@@ -84,6 +88,20 @@ std::vector<std::string> scriptCommand(const std::string& path)
     return words;
 }
 
+template <class Condition>
+bool waitUntilTold(Condition condition, std::chrono::milliseconds time) noexcept
+{
+    return waitUntil(
+        [&condition] {
+            try {
+                return condition();
+            } catch (const std::exception&) {
+                return false; // it may be told in a moment
+            }
+        },
+        time);
+}
+
 } // namespace
 
 EngineProcess::EngineProcess(const std::string& pidFile, const std::string& command)
@@ -94,37 +112,26 @@ EngineProcess::EngineProcess(const std::string& pidFile, const std::string& comm
 std::optional<pid_t> EngineProcess::find() const
 {
     const auto pid = readPidFile_();
-    return pid && isEngine_(*pid) ? pid : std::nullopt;
+    return pid && is(*pid) ? pid : std::nullopt;
 }
 
 bool EngineProcess::waitUntilThere(std::chrono::milliseconds time) const noexcept
 {
-    return waitUntil_(true, time);
+    return waitUntilTold([this] { return find().has_value(); }, time);
 }
 
-bool EngineProcess::waitUntilGone(std::chrono::milliseconds time) const noexcept
+bool EngineProcess::waitUntilGone(pid_t pid, std::chrono::milliseconds time) const noexcept
 {
-    return waitUntil_(false, time);
-}
-
-bool EngineProcess::waitUntil_(bool there, std::chrono::milliseconds time) const noexcept
-{
-    return waitUntil(
-        [this, there] {
-            try {
-                return find().has_value() == there;
-            } catch (const std::exception&) {
-                return false; // it may be told in a moment
-            }
-        },
-        time);
+    return waitUntilTold([this, pid] { return !is(pid); }, time);
 }
 
 // A number alone on the first line; what the library reads from the file later is the same.
 std::optional<pid_t> EngineProcess::readPidFile_() const
 {
-    const std::string content = beginningOf(AT_FDCWD, pidFile_, LONGEST_NUMBER);
+    const std::string content = beginningOf(AT_FDCWD, pidFile_, LONGEST_NUMBER + 1);
     const std::string line = content.substr(0, content.find('\n'));
+    if (line.size() > LONGEST_NUMBER) // and who knows what follows
+        return std::nullopt;
     pid_t pid = 0;
     const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), pid);
     if (error != std::errc() || end != line.data() + line.size() || pid <= 0)
@@ -132,7 +139,7 @@ std::optional<pid_t> EngineProcess::readPidFile_() const
     return pid;
 }
 
-bool EngineProcess::isEngine_(pid_t pid) const
+bool EngineProcess::is(pid_t pid) const
 {
     if (!isOfServersUser(pid))
         return false;
@@ -149,6 +156,19 @@ bool EngineProcess::isScriptOf_(pid_t pid) const
     for (const std::string& word : expected)
         words += word + '\0';
     return beginningOf(AT_FDCWD, processFile(pid, "cmdline"), words.size()) == words;
+}
+
+PidFileCopy::PidFileCopy(pid_t pid)
+    : file_(memfd_create("engine.pid", MFD_CLOEXEC))
+{
+    const std::string line = std::to_string(pid) + "\n";
+    if (!file_ || write(file_.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+        throw std::runtime_error("pid file: " + programs::systemText(errno));
+}
+
+std::string PidFileCopy::path() const
+{
+    return processFile(getpid(), "fd/") + std::to_string(file_.get());
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

@@ -4,6 +4,8 @@
 /// @file
 /// Whether the engine runs.
 
+#include "Descriptor.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -32,18 +34,36 @@ public:
     /// @return whether it does in the end
     bool waitUntilThere(std::chrono::milliseconds time) const noexcept;
 
-    /// Waits until the engine does not run any more. As long as that cannot be told, it does.
+    /// Whether a process is the engine, whatever the pid file says by now.
+    /// @throws as find does
+    bool is(pid_t pid) const;
+
+    /// Waits until a process is not the engine any more; its pid file may go before it does. As long as that
+    /// cannot be told, it is.
     /// @return whether it is gone in the end
-    bool waitUntilGone(std::chrono::milliseconds time) const noexcept;
+    bool waitUntilGone(pid_t pid, std::chrono::milliseconds time) const noexcept;
 
 private:
-    bool waitUntil_(bool there, std::chrono::milliseconds time) const noexcept;
     std::optional<pid_t> readPidFile_() const;
-    bool isEngine_(pid_t pid) const;
     bool isScriptOf_(pid_t pid) const;
 
     std::string pidFile_;
     std::string command_;
+};
+
+/// A pid file that names one process and that nobody else can change or remove, for as long as it lives.
+///
+/// The library reads a pid file itself, some time after the server has looked who it names, and goes by the
+/// name of the executable if there is none.
+class PidFileCopy {
+public:
+    /// @throws std::runtime_error "pid file: WHY"
+    explicit PidFileCopy(pid_t pid);
+
+    std::string path() const;
+
+private:
+    Descriptor file_;
 };
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

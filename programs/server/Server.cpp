@@ -24,14 +24,12 @@ struct Host {
         manager.getCommand(false, command, option);
         manager.getModuleCommand(true, modules, installOptions);
         manager.getModuleCommand(false, modules, removeOptions);
-        manager.getPidFilePath(false, pidFile);
         service = std::make_unique<server::ModuleService>(
             command, modules, configuration.intervalMicroseconds, configuration.retry);
     }
 
     std::string command;
     std::string option;
-    std::string pidFile;
     std::list<std::string> modules;
     std::list<std::string> installOptions;
     std::list<std::string> removeOptions;
@@ -51,14 +49,12 @@ Server::Server(const Configuration& configuration, const Limits& limits)
 
 const char* Server::carryOut(const Request& request)
 {
-    const bool running = engine_.find().has_value();
     if (request.scenario == common::ScenarioCommand::Start) {
-        if (running)
+        if (engine_.find())
             throw std::runtime_error("the engine is already running");
         return start_(request);
     }
-    if (!running)
-        throw std::runtime_error("the engine is not running");
+    runningEngine_();
     return request.scenario == common::ScenarioCommand::Restart ? restart_(request) : shutdown_(request);
 }
 
@@ -101,13 +97,15 @@ const char* Server::shutdown_(const Request& request)
 {
     chooseFileToDelete_(request.settingFilePath);
     const Host host(*manager_, configuration_);
+    const pid_t pid = runningEngine_();
+    const PidFileCopy pidFile(pid);
     std::exception_ptr failure;
     try {
-        host.service->shutdown(host.pidFile, host.removeOptions, configuration_.stopSignal);
+        host.service->shutdown(pidFile.path(), host.removeOptions, configuration_.stopSignal);
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!engine_.waitUntilGone(limits_.stop)) {
+    if (!engine_.waitUntilGone(pid, limits_.stop)) {
         if (failure)
             std::rethrow_exception(failure);
         throw std::runtime_error("the engine does not end");
@@ -120,6 +118,14 @@ const char* Server::shutdown_(const Request& request)
     }
     deleteSettings_();
     return "the engine was shut down";
+}
+
+pid_t Server::runningEngine_() const
+{
+    const auto pid = engine_.find();
+    if (!pid)
+        throw std::runtime_error("the engine is not running");
+    return *pid;
 }
 
 // Removes what an earlier run may have left and somebody could take for something of this one.
@@ -180,7 +186,8 @@ void Server::reconfigure_()
 {
     withEnginesWords_([this] {
         const Host host(*manager_, configuration_);
-        host.service->reconfig(host.pidFile, configuration_.reconfigureSignal);
+        const PidFileCopy pidFile(runningEngine_());
+        host.service->reconfig(pidFile.path(), configuration_.reconfigureSignal);
         if (!engine_.find())
             throw std::runtime_error("the engine ended instead of taking over the new settings");
     });
@@ -196,12 +203,12 @@ void Server::takeOldSettings_()
 // An engine that came up, but not as far as it should.
 void Server::stopStartedEngine_()
 {
+    const auto pid = engine_.find();
     for (const int signal : {configuration_.stopSignal, SIGKILL}) {
-        const auto pid = engine_.find();
-        if (!pid)
+        if (!pid || !engine_.is(*pid))
             break;
         kill(*pid, signal);
-        engine_.waitUntilGone(limits_.stop);
+        engine_.waitUntilGone(*pid, limits_.stop);
     }
     removeReadyFile();
 }

@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
@@ -64,6 +65,7 @@ private:
     const char* restart_(const Request& request);
     const char* shutdown_(const Request& request);
 
+    pid_t runningEngine_() const;
     void clearTheWay_();
     void writeSettings_(const Request& request, Undo& undo);
     std::optional<SettingFile> superseded_() const;

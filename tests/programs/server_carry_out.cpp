@@ -557,6 +557,81 @@ TEST_F(ServerCarryOut, ShutdownThatCannotRemoveAModuleStillDeletesTheFile)
     EXPECT_EQ(Lines{}, files());
 }
 
+TEST_F(ServerCarryOut, ShutdownWaitsForTheEngineNotForItsPidFile)
+{
+    start();
+    host.onSignal = [this](int /*signal*/) { std::filesystem::remove(host.pidFile); };
+    EXPECT_EQ("failure: the engine does not end", shutDown());
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, StartKillsAnEngineThatRemovesItsPidFileAndStays)
+{
+    host.onCommand = [this](const std::string& /*command*/) {
+        host.startEngine();
+        return 0;
+    };
+    host.onSignal = [this](int signal) {
+        std::filesystem::remove(host.pidFile);
+        if (signal == SIGKILL)
+            host.endEngine();
+    };
+    EXPECT_EQ("failure: wait limit reached", start());
+    EXPECT_EQ((Lines{launch(), "signal 15", "signal 9"}), host.asked);
+}
+
+// The pid file, whatever happens to it between the server's look at it and the library's.
+
+TEST_F(ServerCarryOut, SignalsNobodyElseWhenThePidFileChanges)
+{
+    const tests::Process other({std::filesystem::canonical("/bin/sleep"), "1000"});
+    start();
+    host.onPath = [&](const std::string& path) {
+        if (path == host.pidFile)
+            tests::writeFile(host.pidFile, std::to_string(other.pid()) + "\n");
+    };
+    EXPECT_EQ("success: the engine took over the new settings", restart());
+    EXPECT_EQ("success: the engine was shut down", shutDown());
+    EXPECT_EQ((Lines{launch(), "signal 1", "signal 15"}), host.asked);
+    EXPECT_TRUE(tests::lives(other.pid()));
+}
+
+TEST_F(ServerCarryOut, SignalsNobodyElseOfTheEnginesNameWhenThePidFileGoes)
+{
+    std::filesystem::create_directory(host.folder / "other");
+    std::filesystem::copy_file(host.engine, host.folder / "other/engine");
+    const tests::Process other({host.folder / "other/engine", "1000"});
+    const std::string exe = "/proc/" + std::to_string(other.pid()) + "/exe";
+    ASSERT_TRUE(tests::eventually([&] {
+        std::error_code none;
+        return std::filesystem::read_symlink(exe, none) == host.folder / "other/engine";
+    }));
+    start();
+    host.onPath = [&](const std::string& path) {
+        if (path == host.pidFile)
+            std::filesystem::remove(host.pidFile);
+    };
+    EXPECT_EQ("success: the engine was shut down", shutDown());
+    EXPECT_EQ((Lines{launch(), "signal 15"}), host.asked);
+    EXPECT_TRUE(tests::lives(other.pid()));
+}
+
+TEST_F(ServerCarryOut, SignalsNobodyOnceTheEngineHasEnded)
+{
+    const tests::Process other({std::filesystem::canonical("/bin/sleep"), "1000"});
+    start();
+    host.asked.clear();
+    host.onPath = [&](const std::string& path) {
+        if (path != "/tmp/quicksec.ready")
+            return;
+        host.endEngine();
+        tests::writeFile(host.pidFile, std::to_string(other.pid()) + "\n");
+    };
+    EXPECT_EQ("failure: the engine is not running", restart());
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_TRUE(tests::lives(other.pid()));
+}
+
 // Turns.
 
 TEST_F(ServerCarryOut, RequestsAreCarriedOutOneAfterTheOther)

@@ -91,7 +91,8 @@ TEST_F(ServerEngineProcess, NeedsAPidFileWithANumber)
     const std::string pid = std::to_string(process.pid());
     for (const std::string& content :
          {std::string(), std::string("\n"), std::string("x"), pid + "x", "-" + pid, "+" + pid,
-          std::string("0"), std::string("-1"), std::string("1"), "99999999999" + pid, "\n" + pid}) {
+          std::string("0"), std::string("-1"), std::string("1"), "99999999999" + pid, "\n" + pid,
+          std::string(64 - pid.size(), '0') + pid + "7"}) {
         tests::writeFile(pidFile, content);
         EXPECT_FALSE(engine.find()) << content;
     }
@@ -146,9 +147,9 @@ TEST_F(ServerEngineProcess, IsWaitedForUntilItIsGone)
 {
     tests::Process process({program, "100"});
     writePid(process.pid());
-    EXPECT_FALSE(engine.waitUntilGone(30ms));
+    EXPECT_FALSE(engine.waitUntilGone(process.pid(), 30ms));
     process.signal(SIGTERM);
-    EXPECT_TRUE(engine.waitUntilGone(10s));
+    EXPECT_TRUE(engine.waitUntilGone(process.pid(), 10s));
 }
 
 TEST_F(ServerEngineProcess, IsWaitedForUntilItIsThere)

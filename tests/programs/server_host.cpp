@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <spawn.h>
@@ -16,6 +17,7 @@
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tests {
 
@@ -26,6 +28,11 @@ ServerHost* host = nullptr;
 // Where a path leads for the server.
 std::string led(const char* path)
 {
+    static bool told = false; // what the test itself opens is none of the server's
+    if (host != nullptr && host->onPath && !std::exchange(told, true)) {
+        host->onPath(path);
+        told = false;
+    }
     if (host != nullptr && path == std::string("/tmp/quicksec.ready"))
         return host->readyFile;
     if (host != nullptr && path == std::string("/proc/modules"))
@@ -154,6 +161,15 @@ int open(const char* path, int flags, ...)
     va_end(rest);
     return static_cast<int>(
         syscall(SYS_openat, AT_FDCWD, tests::led(path).c_str(), flags | O_LARGEFILE, mode));
+}
+
+// Opens the files of streams.
+FILE* fopen64(const char* path, const char* mode)
+{
+    const tests::Undisturbed undisturbed;
+    using Open = FILE* (*)(const char*, const char*);
+    static const auto original = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "fopen64"));
+    return original(tests::led(path).c_str(), mode);
 }
 
 void syslog(int /*priority*/, const char* format, ...)

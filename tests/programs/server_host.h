@@ -32,6 +32,8 @@ public:
 
     /// What a command line does; its exit code.
     std::function<int(const std::string& command)> onCommand;
+    /// What happens before the server opens a stream on a path or looks at it.
+    std::function<void(const std::string& path)> onPath;
     /// What a signal to the engine does.
     std::function<void(int signal)> onSignal;
 
