@@ -190,6 +190,9 @@ void Server::reconfigure_()
         host.service->reconfig(pidFile.path(), configuration_.reconfigureSignal);
         if (!engine_.find())
             throw std::runtime_error("the engine ended instead of taking over the new settings");
+        // Anybody can make a ready file.
+        if (!folder_.reason().empty())
+            throw std::runtime_error("the engine refused the new settings");
     });
 }
 

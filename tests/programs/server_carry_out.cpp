@@ -423,6 +423,20 @@ TEST_F(ServerCarryOut, RestartThatFailsTellsTheEnginesWords)
     EXPECT_EQ("failure: wait limit reached: no such algorithm", restart());
 }
 
+// Anybody can make a ready file.
+TEST_F(ServerCarryOut, RestartIsNoSuccessIfTheEngineRefusedWhateverTheReadyFileSays)
+{
+    start();
+    const std::string before = settings();
+    host.onSignal = [this](int /*signal*/) {
+        tests::writeFile(directory + "/.reason", "no such algorithm\n");
+        host.announce();
+    };
+    EXPECT_EQ("failure: the engine refused the new settings: no such algorithm", restart());
+    EXPECT_EQ(before, settings());
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+}
+
 TEST_F(ServerCarryOut, RestartThatFailsLeavesNoReadyFileOfTheOldSettings)
 {
     start();
