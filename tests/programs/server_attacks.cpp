@@ -99,8 +99,8 @@ TEST_F(ServerAttack, WithARequestThatTricklesIsAnsweredWhenTheTimeIsUp)
 {
     configure("max-request-seconds = 1\n");
     const std::string request = tests::startText(settingFile);
-    tests::Process server({SERVER}, environment());
     const auto begin = std::chrono::steady_clock::now();
+    tests::Process server({SERVER}, environment());
     for (std::size_t sent = 0; !server.hasAnswered(20ms); ++sent)
         server.send(request.substr(sent, 1));
     EXPECT_EQ("failure: the request did not arrive within 1 seconds", tests::inWords(server.readAll()));
