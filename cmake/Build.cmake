@@ -14,6 +14,11 @@ if(IPSECCFG_SANITIZERS)
     target_link_options(ipseccfg_build INTERFACE -fsanitize=${IPSECCFG_SANITIZERS})
 endif()
 
+if(IPSECCFG_FUZZ)
+    target_compile_options(ipseccfg_build INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(ipseccfg_build INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # Where an installed file of DIR finds the libraries, relative to itself.
 function(ipseccfg_installed_rpath target dir)
     file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_PREFIX}/${dir}" "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
