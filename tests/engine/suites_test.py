@@ -2,7 +2,7 @@
 """Every suite of algorithms that a policy can ask for, in both phases, each with packets through it (see hosts.py).
 
 Run by uml_run:  suites_test.py CLIENT SERVER ENGINE IKE-VERSION RESULTS
-RESULTS, below the folder that stays, gets a row for each suite (JSON). The exit status is 0 only if every suite
+RESULTS, below the folder that stays, is what suites_table.py makes a table of. The exit status is 0 only if every suite
 was negotiated as asked for and carried packets.
 """
 
