@@ -83,6 +83,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     }
     for (const FilterRulePtr& rule : receiver.policy.getFilterRules())
         require(rule->getFilterType() == FilterRule::Use, "the policy holds rules that protect only");
+    for (const FilterSet& rules : {receiver.policy.getFilterRules(), receiver.rules})
+        for (const FilterRulePtr& rule : rules)
+            require(rule->getPriority() <= 99, "a priority is one that there is");
 
     Receiver other;
     PiecewiseSource pieces(text, 1 + size % 7);
