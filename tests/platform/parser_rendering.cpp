@@ -248,7 +248,9 @@ INSTANTIATE_TEST_SUITE_P(
         NamedText{"CutOfThree", "\xE2\x82"}, NamedText{"CutOfFour", "\xF0\x9F\x94"},
         NamedText{"BrokenSecondOfTwo", "\xC3(z"}, NamedText{"BrokenSecondOfThree", "\xE2(\xAC"},
         NamedText{"BrokenThirdOfThree", "\xE2\x82("}, NamedText{"BrokenThirdOfFour", "\xF0\x9F(\x92"},
-        NamedText{"BrokenFourthOfFour", "\xF0\x9F\x94("}, NamedText{"LeadAsThird", "\xE2\x82\xC3\xA4"}),
+        NamedText{"BrokenFourthOfFour", "\xF0\x9F\x94("}, NamedText{"LeadAsThird", "\xE2\x82\xC3\xA4"},
+        NamedText{"LeadAsSecondOfThree", "\xEE\xC0\x80"},
+        NamedText{"LeadAsSecondOfFour", "\xF1\xC0\x80\x80"}),
     nameOf);
 
 TEST_P(TextThatXmlCarries, ComesBackAsItWent)
@@ -291,6 +293,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NamedText{"BeforeSurrogates", "\xED\x9F\xBF"},
                     NamedText{"AfterSurrogates", "\xEE\x80\x80"}, NamedText{"ByteOrderMark", "\xEF\xBB\xBF"},
                     NamedText{"UFFFD", "\xEF\xBF\xBD"}, NamedText{"FirstOfFourBytes", "\xF0\x90\x80\x80"},
+                    NamedText{"U40000", "\xF1\x80\x80\x80"}, NamedText{"UFFFFD", "\xF3\xBF\xBF\xBD"},
                     NamedText{"U1FFFE", "\xF0\x9F\xBF\xBE"}, NamedText{"U10FFFF", "\xF4\x8F\xBF\xBF"},
                     NamedText{"Shell", "$(rm -rf /); `x` | y > z"}),
     nameOf);
