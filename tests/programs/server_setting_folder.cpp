@@ -224,6 +224,14 @@ TEST_F(ServerSettingFolder, RemembersTheFileInUse)
     EXPECT_EQ(Names{}, tests::namesIn(directory));
 }
 
+TEST_F(ServerSettingFolder, RemembersTheFileInUseWhateverAKilledServerLeft)
+{
+    ASSERT_EQ(0, symlink("a", (directory + "/.current.new").c_str()));
+    folder.setInUse(directory + "/b");
+    EXPECT_EQ(directory + "/b", folder.inUse().value_or("none"));
+    EXPECT_EQ(Names{".current"}, tests::namesIn(directory));
+}
+
 TEST_F(ServerSettingFolder, LeadsToTheFileInUse)
 {
     tests::writeFile(directory + "/a", "settings");
