@@ -108,7 +108,7 @@ protected:
         fs::remove(reasonFile);
         tests::writeFile(settingFile, content);
         kill(enginePid(), SIGHUP);
-        EXPECT_TRUE(tests::eventually([this] { return ready() || tests::exists(reasonFile); }));
+        EXPECT_TRUE(tests::eventually([this] { return ready() || !reason().empty(); }));
         return ready();
     }
 

@@ -10,12 +10,28 @@ void* operator new(std::size_t size)
     return memory;
 }
 
+// By default these call the ones above, but not those of a sanitizer.
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
 void operator delete(void* memory) noexcept
 {
     tests::heap.release(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    tests::heap.release(memory);
+}
+
+void operator delete[](void* memory) noexcept
+{
+    tests::heap.release(memory);
+}
+
+void operator delete[](void* memory, std::size_t /*size*/) noexcept
 {
     tests::heap.release(memory);
 }
