@@ -108,7 +108,8 @@ protected:
         fs::remove(reasonFile);
         tests::writeFile(settingFile, content);
         kill(enginePid(), SIGHUP);
-        EXPECT_TRUE(tests::eventually([this] { return ready() || !reason().empty(); }));
+        EXPECT_TRUE(tests::eventually(
+            [this] { return ready() || (tests::exists(reasonFile) && !reason().empty()); }));
         return ready();
     }
 
