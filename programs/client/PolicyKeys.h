@@ -41,16 +41,15 @@ constexpr Key PROPOSAL_KEYS[] = {numberKey("id", Presence::Required, 0, LARGEST)
                                  tablesKey("transform", Presence::Required)};
 
 // Which key lengths there are depends on the encryption.
-constexpr Key TRANSFORM_KEYS[] = {
-    numberKey("id", Presence::Required, 0, LARGEST),
-    nameKey("encryption", Presence::Required, programs::ENCRYPTIONS),
-    numberKey("key-length", Presence::Optional, 1, LARGEST),
-    nameKey("hash", Presence::Required, programs::HASHES),
-    nameKey("authentication", Presence::Optional, programs::AUTHENTICATIONS),
-    secretKey("psk", Presence::Optional, PRINTABLE_KEY),
-    textKey("psk-file", Presence::Optional, ABSOLUTE_PATH),
-    numberNameKey("group", Presence::Optional, programs::GROUPS),
-    numberKey("lifetime", Presence::Required, 1, LARGEST)};
+constexpr Key TRANSFORM_KEYS[] = {numberKey("id", Presence::Required, 0, LARGEST),
+                                  nameKey("encryption", Presence::Required, programs::ENCRYPTIONS),
+                                  numberKey("key-length", Presence::Optional, 1, LARGEST),
+                                  nameKey("hash", Presence::Required, programs::HASHES),
+                                  nameKey("authentication", Presence::Optional, programs::AUTHENTICATIONS),
+                                  secretKey("psk", Presence::Optional, PRINTABLE_KEY),
+                                  textKey("psk-file", Presence::Optional, ABSOLUTE_PATH),
+                                  numberNameKey("group", Presence::Optional, programs::GROUPS),
+                                  numberKey("lifetime", Presence::Required, 1, LARGEST)};
 
 constexpr Key RULE_KEYS[] = {nameKey("action", Presence::Required, programs::ACTIONS),
                              textKey("source", Presence::Required, SELECTOR),

@@ -101,7 +101,8 @@ TEST_F(ClientStatus, CountsWithSixtyFourBits)
     EXPECT_EQ(5000000000U, rules[1].tunnel->packetsIn);
     EXPECT_EQ(77U, rules[1].tunnel->rekeySeconds);
     EXPECT_FALSE(rules[0].tunnel);
-    EXPECT_NE(std::string::npos, viewOf(rules).find("18446744073709551615/4294967296  5000000000/0    77 s\n"))
+    EXPECT_NE(std::string::npos,
+              viewOf(rules).find("18446744073709551615/4294967296  5000000000/0    77 s\n"))
         << viewOf(rules);
 }
 
