@@ -8,8 +8,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -21,7 +21,7 @@ inline void require(bool condition, const char* what)
 {
     if (condition)
         return;
-    std::fprintf(stderr, "not so: %s\n", what);
+    std::cerr << "not so: " << what << std::endl;
     std::abort();
 }
 

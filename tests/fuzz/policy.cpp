@@ -9,6 +9,7 @@
 #include "RequestText.h"
 #include "Text.h"
 
+#include <iostream>
 #include <sstream>
 
 namespace {
@@ -56,7 +57,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     try {
         configserver::checkRequest(request);
     } catch (const std::runtime_error& refusal) {
-        std::fprintf(stderr, "%s\n", refusal.what());
+        std::cerr << refusal.what() << '\n';
         require(false, "the server accepts what the client accepts");
     }
     require(request.settingFilePath == policy.settingFile && request.fipsMode == policy.fipsMode,

@@ -2,10 +2,10 @@
 
 #include "Fuzzing.h"
 
-#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <vector>
 
@@ -17,8 +17,7 @@ void replay(const fs::path& file)
 {
     std::ifstream stream(file, std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    std::printf("%s\n", file.c_str());
-    std::fflush(stdout); // should this be the one that ends the program
+    std::cout << file << std::endl; // flushed, should this be the one that ends the program
     const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
     LLVMFuzzerTestOneInput(input.data(), input.size());
 }
@@ -41,9 +40,9 @@ int main(int argc, char** argv)
             }
         }
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
+        std::cerr << error.what() << '\n';
         return 1;
     }
-    std::printf("%zu inputs\n", count);
+    std::cout << count << " inputs\n";
     return count > 0 ? 0 : 1;
 }

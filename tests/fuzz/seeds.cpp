@@ -5,9 +5,9 @@
 
 #include "CArrayParser.h"
 
-#include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <iostream>
 #include <sstream>
 
 namespace {
@@ -83,13 +83,13 @@ void writeAll(const std::filesystem::path& folder, const std::string& samplePoli
 int main(int argc, char** argv)
 {
     if (argc != 3) {
-        std::fprintf(stderr, "usage: fuzz_seeds FOLDER SAMPLE-POLICY\n");
+        std::cerr << "usage: fuzz_seeds FOLDER SAMPLE-POLICY\n";
         return 2;
     }
     try {
         writeAll(argv[1], argv[2]);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
+        std::cerr << error.what() << '\n';
         return 1;
     }
     return 0;

@@ -17,11 +17,11 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <functional>
+#include <iostream>
 #include <map>
 #include <string>
 #include <sys/resource.h>
@@ -39,7 +39,7 @@ const std::map<std::string, int> LIMITS = {
 
 [[noreturn]] void fail(const std::string& what)
 {
-    std::fprintf(stderr, "hostile_caller: %s: %s\n", what.c_str(), std::strerror(errno));
+    std::cerr << "hostile_caller: " << what << ": " << std::strerror(errno) << '\n';
     std::exit(99); // NOLINT(concurrency-mt-unsafe): one thread
 }
 
