@@ -19,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace vici = norvale::tamber::systemdata::ipseccfg::vici;
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 std::string connection(const std::string& name, const std::string& child, const std::string& remote,
