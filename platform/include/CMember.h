@@ -31,6 +31,8 @@ class CMember {
 public:
     /// @param values one value for a scalar, any number for an array member.
     CMember(std::string name, Type type, std::vector<std::string> values, bool option, bool array);
+    /// A scalar.
+    CMember(std::string name, Type type, std::string value, bool option);
 
     /// The member's name. The reference is valid as long as the structure that holds the member is unchanged.
     const std::string& getName() const;
@@ -46,8 +48,10 @@ private:
     friend class XmlRpcWriter;
 
     std::string name_;
+    std::string value_; ///< of a scalar
+    /// Of an array. A scalar's, of which there are very many, is filled when somebody asks for it.
+    mutable std::vector<std::string> values_;
     Type type_;
-    std::vector<std::string> values_;
     bool option_;
     bool array_;
 };

@@ -5,8 +5,9 @@
 /// The stream that a structured message is written to.
 
 #include <cstddef>
+#include <cstring>
+#include <memory>
 #include <ostream>
-#include <string>
 
 namespace norvale::tamber::systemdata::parser {
 
@@ -28,7 +29,15 @@ private:
     friend class XmlRpcWriter;
 
     /// Appends to the packet, sending each one that is full. False once the stream takes no more.
-    bool write_(const char* text, std::size_t size);
+    bool write_(const char* text, std::size_t size)
+    {
+        if (size > PACKET_SIZE - used_)
+            return writeBeyond_(text, size);
+        std::memcpy(packet_.get() + used_, text, size);
+        used_ += size;
+        return true;
+    }
+    bool writeBeyond_(const char* text, std::size_t size);
     /// Sends what is left and flushes the stream. False if the stream did not take all of it.
     bool flush_();
     bool send_();
@@ -36,7 +45,8 @@ private:
     void drop_();
 
     std::ostream& out_;
-    std::string packet_;
+    std::unique_ptr<char[]> packet_;
+    std::size_t used_ = 0; ///< bytes of the packet
 };
 
 } // namespace norvale::tamber::systemdata::parser

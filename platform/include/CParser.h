@@ -31,6 +31,9 @@ public:
     /// Sets the read cursor before the first member.
     void positionToFirstMember();
 
+    /// Whether a member is left at the cursor.
+    bool hasNextMember() const;
+
     /// The member at the cursor, which moves on.
     /// @return a reference that is valid until a member is added or the structure is freed.
     /// @throws std::out_of_range "No more member" when no member is left.

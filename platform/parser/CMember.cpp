@@ -8,10 +8,21 @@ namespace norvale::tamber::systemdata::parser {
 
 CMember::CMember(std::string name, Type type, std::vector<std::string> values, bool option, bool array)
     : name_(std::move(name))
-    , type_(type)
     , values_(std::move(values))
+    , type_(type)
     , option_(option)
     , array_(array)
+{
+    if (!array_ && !values_.empty())
+        value_ = values_.front();
+}
+
+CMember::CMember(std::string name, Type type, std::string value, bool option)
+    : name_(std::move(name))
+    , value_(std::move(value))
+    , type_(type)
+    , option_(option)
+    , array_(false)
 {}
 
 const std::string& CMember::getName() const
@@ -21,12 +32,13 @@ const std::string& CMember::getName() const
 
 const std::string& CMember::getValue() const
 {
-    static const std::string NO_VALUE;
-    return values_.empty() ? NO_VALUE : values_.front();
+    return array_ && !values_.empty() ? values_.front() : value_;
 }
 
 const std::vector<std::string>& CMember::getValues() const
 {
+    if (!array_ && values_.empty())
+        values_.push_back(value_);
     return values_;
 }
 

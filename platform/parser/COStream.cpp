@@ -2,28 +2,25 @@
 
 #include "COStream.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace norvale::tamber::systemdata::parser {
 
 COStream::COStream(std::ostream& out)
     : out_(out)
-{
-    packet_.reserve(PACKET_SIZE);
-}
+    , packet_(std::make_unique<char[]>(PACKET_SIZE))
+{}
 
-bool COStream::write_(const char* text, std::size_t size)
+bool COStream::writeBeyond_(const char* text, std::size_t size)
 {
-    while (size > PACKET_SIZE - packet_.size()) {
-        const std::size_t fitting = PACKET_SIZE - packet_.size();
-        packet_.append(text, fitting);
-        if (!send_())
+    while (size > PACKET_SIZE - used_) {
+        const std::size_t fitting = PACKET_SIZE - used_;
+        if (!write_(text, fitting) || !send_())
             return false;
         text += fitting;
         size -= fitting;
     }
-    packet_.append(text, size);
-    return true;
+    return write_(text, size);
 }
 
 bool COStream::flush_()
@@ -42,9 +39,8 @@ bool COStream::send_()
 {
     if (!out_.good())
         return false;
-    const auto size = static_cast<std::streamsize>(packet_.size());
-    const bool sent = out_.rdbuf()->sputn(packet_.data(), size) == size;
-    packet_.clear();
+    const auto size = static_cast<std::streamsize>(std::exchange(used_, 0));
+    const bool sent = out_.rdbuf()->sputn(packet_.get(), size) == size;
     if (!sent)
         out_.setstate(std::ios_base::badbit);
     return sent;
@@ -52,7 +48,7 @@ bool COStream::send_()
 
 void COStream::drop_()
 {
-    packet_.clear();
+    used_ = 0;
 }
 
 } // namespace norvale::tamber::systemdata::parser

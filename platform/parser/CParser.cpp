@@ -6,11 +6,20 @@
 
 namespace norvale::tamber::systemdata::parser {
 
+namespace {
+
+// What a filter rule takes, of which a message may hold very many.
+constexpr std::size_t FIRST_CAPACITY = 9;
+
+} // namespace
+
 CParser::CParser() = default;
 
 void CParser::addMember(const std::string& name, const std::string& value, Type type, bool option)
 {
-    members_.emplace_back(name, type, std::vector<std::string>(1, value), option, false);
+    if (members_.capacity() == 0)
+        members_.reserve(FIRST_CAPACITY);
+    members_.emplace_back(name, type, value, option);
 }
 
 void CParser::addArrayMember(const std::string& name, const std::vector<std::string>& values, Type type,
@@ -24,9 +33,14 @@ void CParser::positionToFirstMember()
     cursor_ = 0;
 }
 
+bool CParser::hasNextMember() const
+{
+    return cursor_ != members_.size();
+}
+
 CMember& CParser::getNextMember()
 {
-    if (cursor_ == members_.size())
+    if (!hasNextMember())
         throw std::out_of_range("No more member");
     return members_[cursor_++];
 }

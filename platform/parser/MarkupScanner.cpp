@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace norvale::tamber::systemdata::parser {
 
@@ -27,6 +28,17 @@ const char* find(const char* at, const char* end, char byte)
     return found != nullptr ? static_cast<const char*>(found) : end;
 }
 
+// From text on: past the last tag, if there is nothing but text and tags without attributes, as in nearly all that
+// is read. That costs a few searches in place of a look at every byte.
+const char* pastPlainTags(const char* at, const char* end)
+{
+    for (const char special : {'!', '?', '"', '\''})
+        if (find(at, end, special) != end)
+            return at;
+    const std::size_t last = std::string_view(at, static_cast<std::size_t>(end - at)).rfind('>');
+    return last != std::string_view::npos ? at + last + 1 : at;
+}
+
 } // namespace
 
 std::size_t MarkupScanner::held() const
@@ -44,7 +56,10 @@ void MarkupScanner::scan(const char* bytes, std::size_t size)
     const char* const end = bytes + size;
     const char* const nul = find(bytes, end, '\0');
     const char* at = bytes;
+    bool lookedAhead = false;
     while (at != nul && !refused()) {
+        if (state_ == State::text && !std::exchange(lookedAhead, true))
+            at = pastPlainTags(at, nul);
         const char* const next = skip_(at, nul);
         if (isToken_())
             held_ += static_cast<std::size_t>(next - at);

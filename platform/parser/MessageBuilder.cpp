@@ -17,7 +17,7 @@
 
 #include "XmlText.h"
 
-#include <algorithm>
+#include <array>
 #include <charconv>
 #include <iterator>
 #include <system_error>
@@ -70,7 +70,8 @@ enum class MessageBuilder::Node {
     value, // the <value> of a member or in its array
     array,
     arrayData,
-    scalar
+    scalar,
+    count
 };
 
 // Which element may stand where.
@@ -84,47 +85,60 @@ struct MessageBuilder::Rule {
     Type type = Type::none;
 };
 
-const MessageBuilder::Rule MessageBuilder::DOCUMENT = {Node::document, 0, "", Node::document, 1, Text::white};
+struct MessageBuilder::Grammar {
+    static constexpr Rule DOCUMENT = {Node::document, 0, "", Node::document, 1, Text::white};
 
-const MessageBuilder::Rule MessageBuilder::RULES[] = {
-    {Node::document, 0, "methodCall", Node::methodCall, 2, Text::white},
-    {Node::methodCall, 0, "methodName", Node::methodName, 0, Text::kept},
-    {Node::methodCall, 1, "params", Node::params, 1, Text::white},
-    {Node::document, 0, "methodResponse", Node::methodResponse, 1, Text::white},
-    {Node::methodResponse, 0, "params", Node::params, 1, Text::white},
-    {Node::methodResponse, 0, "fault", Node::fault, 1, Text::white},
+    // The rules of one parent stand together.
+    static constexpr Rule RULES[] = {
+        {Node::document, 0, "methodCall", Node::methodCall, 2, Text::white},
+        {Node::document, 0, "methodResponse", Node::methodResponse, 1, Text::white},
 
-    {Node::params, 0, "param", Node::param, 1, Text::white},
-    {Node::param, 0, "value", Node::message, 1, Text::white},
-    {Node::message, 0, "array", Node::messageArray, 1, Text::white},
-    {Node::messageArray, 0, "data", Node::messageData, 0, Text::white},
-    {Node::messageData, ANY_PLACE, "value", Node::element, 1, Text::white},
-    {Node::element, 0, "struct", Node::structure, 0, Text::white},
+        {Node::methodCall, 0, "methodName", Node::methodName, 0, Text::kept},
+        {Node::methodCall, 1, "params", Node::params, 1, Text::white},
 
-    {Node::fault, 0, "value", Node::faultElement, 1, Text::white},
-    {Node::faultElement, 0, "struct", Node::structure, 0, Text::white},
+        {Node::methodResponse, 0, "params", Node::params, 1, Text::white},
+        {Node::methodResponse, 0, "fault", Node::fault, 1, Text::white},
 
-    {Node::structure, ANY_PLACE, "member", Node::member, 2, Text::white},
-    {Node::member, 0, "name", Node::name, 0, Text::kept},
-    {Node::member, 1, "value", Node::value, 0, Text::ifAlone},
-    {Node::value, 0, "array", Node::array, 1, Text::white},
-    {Node::array, 0, "data", Node::arrayData, 0, Text::white},
-    {Node::arrayData, ANY_PLACE, "value", Node::value, 0, Text::ifAlone},
+        {Node::params, 0, "param", Node::param, 1, Text::white},
+        {Node::param, 0, "value", Node::message, 1, Text::white},
+        {Node::message, 0, "array", Node::messageArray, 1, Text::white},
+        {Node::messageArray, 0, "data", Node::messageData, 0, Text::white},
+        {Node::messageData, ANY_PLACE, "value", Node::element, 1, Text::white},
+        {Node::element, 0, "struct", Node::structure, 0, Text::white},
 
-    {Node::value, 0, "string", Node::scalar, 0, Text::kept, Type::string},
-    {Node::value, 0, "int", Node::scalar, 0, Text::kept, Type::integer},
-    {Node::value, 0, "i4", Node::scalar, 0, Text::kept, Type::integer},
-    {Node::value, 0, "i8", Node::scalar, 0, Text::kept, Type::integer},
-    {Node::value, 0, "boolean", Node::scalar, 0, Text::kept, Type::boolean},
-    {Node::value, 0, "double", Node::scalar, 0, Text::kept, Type::flowtingPoint},
-    {Node::value, 0, "dateTime.iso8601", Node::scalar, 0, Text::kept, Type::dateTime},
-    {Node::value, 0, "base64", Node::scalar, 0, Text::kept, Type::base64},
-    {Node::value, 0, "nil", Node::scalar, 0, Text::white, Type::none},
+        {Node::fault, 0, "value", Node::faultElement, 1, Text::white},
+        {Node::faultElement, 0, "struct", Node::structure, 0, Text::white},
+
+        {Node::structure, ANY_PLACE, "member", Node::member, 2, Text::white},
+        {Node::member, 0, "name", Node::name, 0, Text::kept},
+        {Node::member, 1, "value", Node::value, 0, Text::ifAlone},
+        {Node::array, 0, "data", Node::arrayData, 0, Text::white},
+        {Node::arrayData, ANY_PLACE, "value", Node::value, 0, Text::ifAlone},
+
+        {Node::value, 0, "string", Node::scalar, 0, Text::kept, Type::string},
+        {Node::value, 0, "int", Node::scalar, 0, Text::kept, Type::integer},
+        {Node::value, 0, "i4", Node::scalar, 0, Text::kept, Type::integer},
+        {Node::value, 0, "i8", Node::scalar, 0, Text::kept, Type::integer},
+        {Node::value, 0, "boolean", Node::scalar, 0, Text::kept, Type::boolean},
+        {Node::value, 0, "double", Node::scalar, 0, Text::kept, Type::flowtingPoint},
+        {Node::value, 0, "dateTime.iso8601", Node::scalar, 0, Text::kept, Type::dateTime},
+        {Node::value, 0, "base64", Node::scalar, 0, Text::kept, Type::base64},
+        {Node::value, 0, "nil", Node::scalar, 0, Text::white, Type::none},
+        {Node::value, 0, "array", Node::array, 1, Text::white},
+    };
+
+    // By parent, where its rules begin; anywhere else for a node in which no element may stand.
+    static constexpr auto FIRST = [] {
+        std::array<unsigned char, static_cast<std::size_t>(Node::count)> first = {};
+        for (std::size_t rule = std::size(RULES); rule-- > 0;)
+            first[static_cast<std::size_t>(RULES[rule].parent)] = static_cast<unsigned char>(rule);
+        return first;
+    }();
 };
 
 MessageBuilder::MessageBuilder(CArrayParser& message)
     : message_(message)
-    , open_{{&DOCUMENT, 0}}
+    , open_{{&Grammar::DOCUMENT, 0}}
 {}
 
 bool MessageBuilder::begun() const
@@ -134,22 +148,23 @@ bool MessageBuilder::begun() const
 
 bool MessageBuilder::complete() const
 {
-    return open_.front().children == DOCUMENT.leastChildren;
+    return open_.front().children == Grammar::DOCUMENT.leastChildren;
 }
 
 const MessageBuilder::Rule* MessageBuilder::findRule_(const OpenElement& parent, std::string_view tag)
 {
-    const auto* const rule = std::find_if(std::begin(RULES), std::end(RULES), [&](const Rule& candidate) {
-        return candidate.parent == parent.rule->node && candidate.tag == tag &&
-               (candidate.place == parent.children || candidate.place == ANY_PLACE);
-    });
-    return rule != std::end(RULES) ? rule : nullptr;
+    const Node node = parent.rule->node;
+    for (const Rule* rule = Grammar::RULES + Grammar::FIRST[static_cast<std::size_t>(node)];
+         rule != std::end(Grammar::RULES) && rule->parent == node; ++rule)
+        if (rule->tag == tag && (rule->place == parent.children || rule->place == ANY_PLACE))
+            return rule;
+    return nullptr;
 }
 
 bool MessageBuilder::beginElement(std::string_view tag)
 {
     const Rule* const rule = findRule_(open_.back(), tag);
-    if (rule == nullptr || !isWhiteSpace(text_) || !begin_(rule->node))
+    if (rule == nullptr || !(text_.empty() || isWhiteSpace(text_)) || !begin_(rule->node))
         return false;
     text_.clear();
     open_.push_back({rule, 0});
@@ -181,6 +196,7 @@ bool MessageBuilder::begin_(Node node)
     switch (node) {
     case Node::structure:
         structure_ = std::make_unique<CParser>();
+        structure_->members_.reserve(expectedMembers_);
         return true;
     case Node::array:
         return !std::exchange(array_, true);
@@ -231,18 +247,25 @@ void MessageBuilder::addValue_(Type type)
 {
     if (values_.empty())
         type_ = type;
-    values_.push_back(std::exchange(text_, std::string()));
+    if (array_)
+        values_.push_back(std::exchange(text_, std::string()));
+    else
+        value_ = std::exchange(text_, std::string());
 }
 
 void MessageBuilder::addMember_()
 {
-    structure_->members_.emplace_back(std::exchange(name_, std::string()), std::exchange(type_, Type::none),
-                                      std::exchange(values_, std::vector<std::string>()), false,
-                                      std::exchange(array_, false));
+    std::string name = std::exchange(name_, std::string());
+    const Type type = std::exchange(type_, Type::none);
+    if (std::exchange(array_, false))
+        structure_->members_.emplace_back(std::move(name), type, std::exchange(values_, {}), false, true);
+    else
+        structure_->members_.emplace_back(std::move(name), type, std::exchange(value_, {}), false);
 }
 
 void MessageBuilder::addStructure_()
 {
+    expectedMembers_ = structure_->members_.size();
     message_.addElement(structure_.get());
     structure_.release(); // NOLINT(bugprone-unused-return-value): the array owns it now
 }

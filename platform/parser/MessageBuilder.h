@@ -40,8 +40,7 @@ private:
         std::size_t children; ///< those that have ended
     };
 
-    static const Rule DOCUMENT;
-    static const Rule RULES[];
+    struct Grammar;
     static const Rule* findRule_(const OpenElement& parent, std::string_view tag);
 
     bool begin_(Node node);
@@ -55,9 +54,11 @@ private:
     CArrayParser& message_;
     std::vector<OpenElement> open_;
     std::unique_ptr<CParser> structure_;
+    std::size_t expectedMembers_ = 0; ///< as many as the structure before had: most are of one kind
     std::string text_;
     std::string name_;
-    std::vector<std::string> values_;
+    std::string value_;               ///< of a scalar member
+    std::vector<std::string> values_; ///< of an array member
     Type type_ = Type::none;
     bool array_ = false;
 };

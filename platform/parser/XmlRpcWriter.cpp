@@ -97,7 +97,7 @@ bool XmlRpcWriter::write(const std::string& command, const std::vector<CParser*>
 bool XmlRpcWriter::canCarry_(const CParser& structure) const
 {
     return std::all_of(structure.members_.begin(), structure.members_.end(), [](const CMember& member) {
-        return isType(member.type_) && isXmlText(member.name_) &&
+        return isType(member.type_) && isXmlText(member.name_) && isXmlText(member.value_) &&
                std::all_of(member.values_.begin(), member.values_.end(), isXmlText);
     });
 }
@@ -201,7 +201,7 @@ void XmlRpcWriter::line_()
 void XmlRpcWriter::escape_(std::string_view text)
 {
     std::size_t written = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
+    for (std::size_t at = plainBeginning(text); at < text.size(); ++at) {
         const std::string_view reference = referenceFor(text[at]);
         if (reference.empty())
             continue;

@@ -3,7 +3,8 @@
 #include "XmlText.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 
 namespace norvale::tamber::systemdata::parser {
@@ -72,9 +73,30 @@ bool isWhite(char character)
 
 } // namespace
 
+// The tests of eight bytes at once are exact in whether any byte passes, which is all that counts here.
+std::size_t plainBeginning(std::string_view text)
+{
+    constexpr std::uint64_t ONES = 0x0101010101010101;
+    constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
+    const auto hasByteBelow = [](std::uint64_t bytes, unsigned limit) {
+        return (bytes - ONES * limit) & ~bytes & HIGH_BITS;
+    };
+    std::size_t at = 0;
+    for (; at + sizeof(std::uint64_t) <= text.size(); at += sizeof(std::uint64_t)) {
+        std::uint64_t bytes = 0;
+        std::memcpy(&bytes, text.data() + at, sizeof bytes);
+        std::uint64_t special = (bytes & HIGH_BITS) | hasByteBelow(bytes, ' ');
+        for (const char markup : {'&', '<', '>'})
+            special |= hasByteBelow(bytes ^ (ONES * static_cast<Byte>(markup)), 1);
+        if (special != 0)
+            break;
+    }
+    return at;
+}
+
 bool isXmlText(std::string_view text)
 {
-    for (std::size_t at = 0; at < text.size();) {
+    for (std::size_t at = plainBeginning(text); at < text.size();) {
         const Byte byte = byteAt(text, at);
         if (byte < 0x80) {
             if (byte < ' ' && !isWhite(text[at]))

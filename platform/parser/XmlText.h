@@ -5,6 +5,7 @@
 /// What XML 1.0 (https://www.w3.org/TR/xml/) says about text: which characters it can carry, and what is
 /// white space.
 
+#include <cstddef>
 #include <string_view>
 
 namespace norvale::tamber::systemdata::parser {
@@ -12,6 +13,10 @@ namespace norvale::tamber::systemdata::parser {
 /// Whether an XML 1.0 document in UTF-8 can carry the text: valid UTF-8 of the characters of the production
 /// `Char`.
 bool isXmlText(std::string_view text);
+
+/// How many bytes of the text's beginning need no further look: printable ASCII characters other than `&`, `<` and `>`,
+/// eight at a time, so that it may stop up to seven bytes early.
+std::size_t plainBeginning(std::string_view text);
 
 /// Whether the text is nothing but white space (the production `S`), or empty.
 bool isWhiteSpace(std::string_view text);

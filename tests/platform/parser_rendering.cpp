@@ -231,6 +231,27 @@ TEST_P(TextThatXmlCannotCarry, IsRefusedBeforeAByteIsWritten)
     EXPECT_EQ("<refused>", textOf(asFault));
 }
 
+// Texts are looked at in words of several bytes.
+TEST(MessageText, CarriesOrRefusesEveryByteAtEveryPlace)
+{
+    for (int byte = 0; byte < 0x100; ++byte) {
+        const bool isCarried = byte == '\t' || byte == '\n' || byte == '\r' || (byte >= 0x20 && byte < 0x80);
+        for (std::size_t place = 0; place < 20; ++place) {
+            std::string text(20, 'x');
+            text[place] = static_cast<char>(byte);
+            CArrayParser message;
+            addScalar(message, "m", text, Type::string);
+            const std::string written = textOf(message);
+            ASSERT_EQ(isCarried, written != "<refused>") << byte << " at " << place;
+            CArrayParser read;
+            ASSERT_EQ(isCarried ? 0 : 1, parseText(read, written)) << byte << " at " << place;
+            if (isCarried) {
+                ASSERT_EQ((Structures{{{"m", {text}}}}), structuresOf(read)) << byte << " at " << place;
+            }
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Texts, TextThatXmlCannotCarry,
     testing::Values(

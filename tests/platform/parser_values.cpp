@@ -48,6 +48,18 @@ TEST(MessageStructure, GivesItsMembersInTheOrderOfAddingAndThenThrows)
     EXPECT_EQ("No more member", textThrownBy<std::out_of_range>([&] { structure.getNextMember(); }));
 }
 
+TEST(MessageStructure, TellsWhetherAMemberIsLeft)
+{
+    CParser structure;
+    EXPECT_FALSE(structure.hasNextMember());
+    structure.addMember("a", "1", Type::integer, false);
+    EXPECT_TRUE(structure.hasNextMember());
+    structure.getNextMember();
+    EXPECT_FALSE(structure.hasNextMember());
+    structure.positionToFirstMember();
+    EXPECT_TRUE(structure.hasNextMember());
+}
+
 TEST(MessageStructure, WithoutMembersThrowsAtOnce)
 {
     CParser structure;

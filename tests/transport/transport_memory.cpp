@@ -127,7 +127,7 @@ TEST_F(TransportMemory, ThatRunsOutWhileARequestIsReceivedLeavesABeginningOfIt)
         stream.clear();
         stream.seekg(0);
     };
-    EXPECT_LT(200, failEachAllocation(receive, check));
+    EXPECT_LT(100, failEachAllocation(receive, check));
     EXPECT_EQ(7U, most); // all but the certificates
     EXPECT_EQ(ScenarioCommand::Restart, scenario);
     EXPECT_EQ(whole, received->content());
