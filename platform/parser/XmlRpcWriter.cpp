@@ -48,6 +48,11 @@ bool isType(Type type)
     return type >= Type::none && type <= Type::base64;
 }
 
+bool isNil(Type type, const std::string& text)
+{
+    return type == Type::none && text.empty();
+}
+
 // What stands for a character in text; empty if it stands for itself. '>' is written as a reference because
 // of "]]>", the carriage return because a reader makes a line feed of it.
 std::string_view referenceFor(char character)
@@ -146,10 +151,14 @@ void XmlRpcWriter::writeStructure_(const CParser& structure)
 
 void XmlRpcWriter::writeMember_(const CMember& member)
 {
+    if (!member.array_ && !isNil(member.type_, member.value_)) {
+        writeScalar_(member);
+        return;
+    }
     block_("<member>", "</member>", [&] {
         leaf_("<name>", member.name_, "</name>");
         if (!member.array_) {
-            writeValue_(member.type_, member.getValue());
+            writeValue_(member.type_, member.value_);
             return;
         }
         block_("<value><array><data>", "</data></array></value>", [&] {
@@ -159,9 +168,28 @@ void XmlRpcWriter::writeMember_(const CMember& member)
     });
 }
 
+// Nearly all of a message are scalar members. What stands around their names and values is put together once.
+void XmlRpcWriter::writeScalar_(const CMember& member)
+{
+    ScalarFrame& frame = scalarFrames_[member.type_];
+    if (frame.begin.empty()) {
+        const ValueElement& element = VALUE_ELEMENTS[member.type_];
+        const std::string outer(lineAt_(depth_));
+        const std::string inner(lineAt_(depth_ + 1));
+        frame.begin = outer + "<member>" + inner + "<name>";
+        frame.middle = "</name>" + inner + std::string(element.begin);
+        frame.end = std::string(element.end) + outer + "</member>";
+    }
+    put_(frame.begin);
+    escape_(member.name_);
+    put_(frame.middle);
+    escape_(member.value_);
+    put_(frame.end);
+}
+
 void XmlRpcWriter::writeValue_(Type type, const std::string& text)
 {
-    if (type == Type::none && text.empty()) {
+    if (isNil(type, text)) {
         line_();
         put_(NIL);
         return;
@@ -192,10 +220,13 @@ void XmlRpcWriter::leaf_(std::string_view begin, const std::string& text, std::s
 
 void XmlRpcWriter::line_()
 {
-    if (!indented_)
-        return;
+    put_(lineAt_(depth_));
+}
+
+std::string_view XmlRpcWriter::lineAt_(std::size_t depth) const
+{
     static constexpr std::string_view SPACES = "\n                                ";
-    put_(SPACES.substr(0, 1 + depth_ * INDENTATION));
+    return SPACES.substr(0, indented_ ? 1 + depth * INDENTATION : 0);
 }
 
 void XmlRpcWriter::escape_(std::string_view text)
