@@ -54,7 +54,10 @@ function(ipseccfg_library target exported map)
             set_target_properties(${target} PROPERTIES
                 INTERPROCEDURAL_OPTIMIZATION_RELEASE ON INTERPROCEDURAL_OPTIMIZATION_MINSIZEREL ON)
         endif()
-        target_link_options(${target} PRIVATE -Wl,--version-script=${map} -Wl,-z,relro -Wl,-z,now)
+        # Its own calls of its own functions are settled here, not when it is loaded.
+        target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+        target_link_options(${target} PRIVATE
+            -Wl,--version-script=${map} -Wl,-z,relro -Wl,-z,now -Wl,-Bsymbolic-functions)
         if(NOT IPSECCFG_SANITIZERS)
             target_link_options(${target} PRIVATE -Wl,-z,defs)
         endif()
