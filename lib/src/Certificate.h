@@ -18,20 +18,35 @@ namespace norvale::tamber::systemdata::ipseccfg::common {
 /// read.
 class Certificate {
 public:
-    enum Kind : int { None = 0, EndEntity = 1, InternalCA = 2, RootCA = 3 };
+    /// The certificate's role. Any other number, as it may arrive in a message, is kept as it is.
+    enum Kind : int {
+        None = 0,       ///< not said
+        EndEntity = 1,  ///< the device's own, the only one that goes with a private key
+        InternalCA = 2, ///< an intermediate certification authority
+        RootCA = 3      ///< the certification authority that is trusted
+    };
 
     /// Kind `None`, empty paths.
     Certificate();
+    /// @param kind the role; not checked
+    /// @param certFilePath the certificate's file, copied
+    /// @param pkeyFilePath the private key's file, copied; empty where there is none
     Certificate(Kind kind, const std::string& certFilePath, const std::string& pkeyFilePath);
 
+    /// Sets the role; any number is taken.
     void setKind(Kind kind);
+    /// Sets the path of the certificate's file; any text is taken.
     void setCertFilePath(const std::string& path);
+    /// Sets the path of the private key's file; any text is taken.
     void setPkeyFilePath(const std::string& path);
 
+    /// The role.
     Kind getKind() const;
     /// "None", "EndEntity", "InternalCA", "RootCA" or, for any other value, "Unknown".
     std::string getKindName() const;
+    /// A copy of the path of the certificate's file.
     std::string getCertFilePath() const;
+    /// A copy of the path of the private key's file.
     std::string getPkeyFilePath() const;
 
 private:
@@ -40,14 +55,21 @@ private:
     std::string pkeyFilePath_;
 };
 
+/// Shared ownership of a certificate; lists and messages share it and never copy it.
 using CertificatePtr = std::shared_ptr<Certificate>;
 
 /// A certificate with the default values.
 CertificatePtr createCertificate();
+/// A certificate of these values; parameters as of Certificate's constructor.
 CertificatePtr createCertificate(Certificate::Kind kind, const std::string& certFilePath,
                                  const std::string& pkeyFilePath);
 
-/// Writes a heading and one line a field, each ended by a line end with flush; the kind by its name.
+/// Writes a heading and one line a field, each ended by a line end with flush; the kind by its name:
+///
+///     Contents of Certificate:
+///       Filter Kind   : EndEntity
+///       Cert File Path: /etc/ipseccfg/device.pem
+///       Pkey File Path: /etc/ipseccfg/device.key
 std::ostream& operator<<(std::ostream& os, const Certificate& certificate);
 
 } // namespace norvale::tamber::systemdata::ipseccfg::common

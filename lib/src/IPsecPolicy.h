@@ -16,7 +16,10 @@ namespace norvale::tamber::systemdata::ipseccfg::common {
 /// True for a rule of type `Use` whose two addresses are exactly these texts; no address is parsed.
 class FilterFinder {
 public:
+    /// Copies the two addresses to look for.
     FilterFinder(const std::string& srcIp, const std::string& dstIp);
+    /// Whether this is a rule of that kind.
+    /// @pre `rule` is not null.
     bool operator()(const FilterRulePtr& rule);
 
 private:
@@ -31,6 +34,7 @@ private:
 /// policy. Not synchronised: filled and read by one thread at a time.
 class IPsecPolicy {
 public:
+    /// An empty policy. Programs mostly use the one of getIPsecPolicy; sender and receiver take any.
     IPsecPolicy();
     ~IPsecPolicy();
 
@@ -39,8 +43,11 @@ public:
     void setPhase1SA(const PayloadPtr& sa);
     void setPhase2SA(const PayloadPtr& sa);
     /// @}
+    /// Forgets the association; the tree lives on while somebody else holds it.
+    /// @{
     void unsetPhase1SA();
     void unsetPhase2SA();
+    /// @}
 
     /// The association, null if there is none.
     /// @{
@@ -54,8 +61,8 @@ public:
     /// @pre `rule` is not null.
     /// @throws std::runtime_error "Filter type is not 'Use'" for a rule of another type.
     /// @throws std::runtime_error "Detect duplicates of key: src addr: SRC :dst addr: DST" if a stored rule
-    /// has, as it is
-    ///         now, the same two address texts. The policy is unchanged in both cases.
+    ///         has, as it is now, the same two address texts (no address is parsed: 10.0.0.1 and 010.0.0.1
+    ///         are two). The policy is unchanged in both cases.
     void addFilter(const FilterRulePtr& rule);
 
     /// Takes out this very rule; does nothing if it is not stored.
@@ -67,10 +74,13 @@ public:
     FilterSet getFilterRules() const;
     /// @}
 
-    /// Copies the name of the engine's network namespace; empty for none.
+    /// Copies the name of the engine's network namespace (network_namespaces(7)); empty for none. The
+    /// argument is not changed.
     void setNsName(std::string& name);
-    /// The stored name itself: a change through the reference changes the policy.
+    /// The stored name itself, valid as long as the policy is: a change through the reference changes the
+    /// policy.
     std::string& getNsName();
+    /// The stored name, valid as long as the policy is.
     const std::string& getNsName() const;
 
 private:

@@ -24,12 +24,17 @@ namespace norvale::tamber::systemdata::ipseccfg::server {
 /// unchanged. Not synchronised; every operation blocks.
 class ModuleService {
 public:
+    /// Nothing is run or looked at here.
+    /// @param serviceCommand the service's command line, as for Service
+    /// @param modulePaths the modules' files in the order in which they are loaded
     /// @param interval the pause in microseconds
     /// @param retry attempts of each step; with 0 no step is attempted, which counts as success
     ModuleService(const std::string& serviceCommand, const std::list<std::string>& modulePaths,
                   std::size_t interval, std::size_t retry);
     virtual ~ModuleService();
 
+    /// Loads the modules, starts the service and waits until it is ready.
+    /// @param serviceOption what the service's command line ends in; may be empty
     /// @param moduleOptions one for each module, in the order of the modules
     /// @return 0
     /// @throws std::runtime_error
@@ -40,6 +45,9 @@ public:
 
     /// Stops the service, then unloads the modules, the last one first, each with its own option. The ready
     /// file is not waited for.
+    /// @param pidFilePath the service's pid file, as for Service::shutdown
+    /// @param moduleOptions one for each module, in the order of the modules
+    /// @param signal what the service ends at, SIGTERM for example
     /// @return 0
     /// @throws std::runtime_error
     ///         "Can't stop service"; then
@@ -49,9 +57,11 @@ public:
     int shutdown(const std::string& pidFilePath, const std::list<std::string>& moduleOptions, int signal);
 
     /// Signals the service and waits until it is ready again.
+    /// @param pidFilePath the service's pid file, as for Service::reconfig
+    /// @param signal what the service reads its settings again at, SIGHUP for example
     /// @return 0
-    /// @throws std::runtime_error "Can't re-configure service"; "wait limit reached"; "Cant't remove ready
-    /// file".
+    /// @throws std::runtime_error
+    ///         "Can't re-configure service"; "wait limit reached"; "Cant't remove ready file".
     int reconfig(const std::string& pidFilePath, int signal);
 
 private:

@@ -24,23 +24,36 @@ class PayloadBuilder {
 public:
     virtual ~PayloadBuilder();
 
+    /// Makes the association, in place of an earlier one.
     virtual void buildSecurityAssociation() = 0;
+    /// Makes the proposal, in place of an earlier one.
     virtual void buildProposal() = 0;
+    /// Makes the transform, in place of an earlier one.
     virtual void buildTransform() = 0;
+    /// Makes the encryption algorithm, in place of an earlier one.
     virtual void buildEncryptionAlgorithm(EncryptionAlgorithm::Type val) = 0;
+    /// Makes the key length, in place of an earlier one.
     /// @param val in bits
     virtual void buildKeyLength(int val) = 0;
+    /// Makes the hash algorithm, in place of an earlier one.
     virtual void buildHashAlgorithm(HashAlgorithm::Type val) = 0;
+    /// Makes the authentication method, in place of an earlier one.
+    /// @param val the method
     /// @param data the method's data, for example a pre-shared key
     virtual void buildAuthenticationMethod(AuthenticationMethod::Type val, const std::string& data) = 0;
+    /// Makes the Diffie-Hellman group, in place of an earlier one.
     virtual void buildGroupDescription(GroupDescription::Type val) = 0;
+    /// Makes the unit of the lifetime, in place of an earlier one.
     virtual void buildLifeType(LifeType::Type val) = 0;
+    /// Makes the lifetime, in place of an earlier one.
     /// @param val in the unit of the life type
     virtual void buildLifeDuration(int val) = 0;
 
+    /// Adds the proposal to the association. (The name is spelled so.)
     /// @throws std::logic_error "SecurityAssociation is null" or "Proposal is null" if that part was not
-    /// built.
+    ///         built.
     virtual void addProposalToSecurityAsscosiation() = 0;
+    /// Adds the transform to the proposal.
     /// @throws std::logic_error "Proposal is null" or "Transform is null" if that part was not built.
     virtual void addTransformToProposal() = 0;
     /// Adds every attribute that was built, in the order of the build operations above. If memory runs out,
@@ -48,10 +61,11 @@ public:
     /// @throws std::logic_error "Transform is null" if it was not built.
     virtual void addAttributesToTransform() = 0;
 
-    /// The root of what was built; null if it was not.
+    /// The root of what was built, shared with the builder; null if it was not built.
     virtual PayloadPtr getResult() = 0;
 };
 
+/// Shared ownership of a builder.
 using PayloadBuilderPtr = std::shared_ptr<PayloadBuilder>;
 
 /// Builds an association with a proposal with a transform.
@@ -160,23 +174,33 @@ private:
 };
 
 /// Drives a builder, which it shares with the caller, through a fixed sequence of steps.
+///
+/// Used more than once on one builder, it adds what the earlier run built as well (PayloadBuilder). Not
+/// synchronised.
 class PayloadDirector {
 public:
+    /// @param builder whom to drive; not null
     explicit PayloadDirector(const PayloadBuilderPtr& builder);
 
     /// The bare skeleton (association, proposal, transform): no attribute is added.
     PayloadPtr construct();
     /// All seven attributes.
-    /// @param kl key length in bits
-    /// @param psk the authentication method's data
-    /// @param ld lifetime in the unit of `lt`
+    /// @param ea the encryption algorithm
+    /// @param kl the key length in bits
+    /// @param ha the hash algorithm
+    /// @param am the authentication method
+    /// @param psk the authentication method's data, for example a pre-shared key
+    /// @param gd the Diffie-Hellman group
+    /// @param lt the unit of `ld`
+    /// @param ld the lifetime in the unit of `lt`
+    /// @return the builder's result
     PayloadPtr construct(EncryptionAlgorithm::Type ea, int kl, HashAlgorithm::Type ha,
                          AuthenticationMethod::Type am, const std::string& psk, GroupDescription::Type gd,
                          LifeType::Type lt, int ld);
-    /// Without an authentication method.
+    /// As above, without an authentication method.
     PayloadPtr construct(EncryptionAlgorithm::Type ea, int kl, HashAlgorithm::Type ha,
                          GroupDescription::Type gd, LifeType::Type lt, int ld);
-    /// Without an authentication method and a group.
+    /// As above, without an authentication method and a group.
     PayloadPtr construct(EncryptionAlgorithm::Type ea, int kl, HashAlgorithm::Type ha, LifeType::Type lt,
                          int ld);
 
@@ -191,7 +215,9 @@ PayloadPtr createProposal();
 PayloadPtr createTransform();
 /// @}
 
-/// A new node with everything below it, as PayloadDirector::construct with the same parameters builds it.
+/// A new node with everything below it, as PayloadDirector::construct with the same parameters builds it:
+/// one proposal, one transform, and the transform's attributes in the order of the parameters. Those without
+/// `am` have no authentication method, those without `gd` no group.
 /// @{
 PayloadPtr createSecurityAssociation(EncryptionAlgorithm::Type ea, int kl, HashAlgorithm::Type ha,
                                      AuthenticationMethod::Type am, const std::string& psk,
@@ -216,7 +242,7 @@ PayloadPtr createTransform(EncryptionAlgorithm::Type ea, int kl, HashAlgorithm::
                            int ld);
 /// @}
 
-/// A new attribute.
+/// A new attribute of this value, which is not checked.
 /// @{
 PayloadPtr createEncryptionAlgorithm(EncryptionAlgorithm::Type val);
 PayloadPtr createKeyLength(int val);

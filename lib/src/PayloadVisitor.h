@@ -21,10 +21,14 @@ class LifeDuration;
 ///
 /// Payload::accept makes the calls. A visitor learns where the children of one composite end only by the
 /// visit of the next composite. It may change the tree while it visits it; each composite visits the children
-/// it had right after its own visit.
+/// it had right after its own visit. The nodes belong to the tree. Not synchronised; what a visit throws
+/// passes through accept unchanged.
 class PayloadVisitor {
 public:
     virtual ~PayloadVisitor();
+
+    /// Receives one node of this kind; its children follow in calls of their own.
+    /// @{
     virtual void visit(SecurityAssociation& payload) = 0;
     virtual void visit(Proposal& payload) = 0;
     virtual void visit(Transform& payload) = 0;
@@ -35,6 +39,7 @@ public:
     virtual void visit(GroupDescription& payload) = 0;
     virtual void visit(LifeType& payload) = 0;
     virtual void visit(LifeDuration& payload) = 0;
+    /// @}
 };
 
 } // namespace norvale::tamber::systemdata::ipseccfg::common

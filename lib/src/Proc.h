@@ -8,10 +8,11 @@
 
 namespace norvale::tamber::systemdata::ipseccfg::server {
 
-/// Finds running programs.
+/// Finds running programs. Holds nothing; find needs no object and may be called by several threads.
 class Proc {
 public:
     Proc();
+    /// The same as Proc(): the number is not used.
     explicit Proc(int pid);
     virtual ~Proc();
 
@@ -19,8 +20,8 @@ public:
     ///
     /// The output is read in chunks of 15 characters and only the last one counts: of several processes the
     /// first one is returned if the line fits into one chunk, else the leading number of the last chunk.
-    /// @param name goes to a shell as it is.
-    /// @return -1 if there is none or the command cannot be run.
+    /// @param name goes to a shell (popen(3)) as it is, so it must come from whom you trust.
+    /// @return the process id; -1 if there is none or the command cannot be run.
     static int find(const std::string& name);
 
 private:

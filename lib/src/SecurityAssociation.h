@@ -2,11 +2,12 @@
 #define IPSECCFG_SECURITYASSOCIATION_H
 
 /// @file
-/// The payload tree: one IKE or IPsec security association as a policy describes it.
+/// The payload tree: one security association of IKE (phase 1) or of IPsec (phase 2) as a policy describes it.
 ///
 /// A SecurityAssociation holds Proposals, a Proposal holds Transforms, a Transform holds attributes; the
-/// words are those of IKE (RFC 2408, RFC 2409; RFC 7296 for version 2). That shape is a convention of the
-/// builders (PayloadBuilder.h): a composite takes any payload as a child.
+/// words are those of ISAKMP (RFC 2408, sections 3.4 to 3.6) and of IKE (RFC 2409, appendix A; RFC 7296,
+/// section 3.3 for version 2). That shape is a convention of the builders (PayloadBuilder.h): a composite
+/// takes any payload as a child. The numbers of the enumerations are this library's own, not those of IKE.
 ///
 /// Nodes are held through PayloadPtr only and shared, never copied, by parents, builders and the policy
 /// store. Nothing here is synchronised: a tree is built by one thread and then read.
@@ -30,6 +31,7 @@ using container_type = std::list<PayloadPtr>;
 /// A node of the tree.
 class Payload {
 public:
+    /// The children of a composite, in the order in which they were added.
     using container_type = common::container_type;
 
     virtual ~Payload();
@@ -66,9 +68,11 @@ public:
     virtual std::string to_string() const = 0;
 };
 
-/// A leaf: one integer value, fixed at construction and never checked.
+/// A leaf: one integer value, fixed at construction and never checked (RFC 2408, section 3.3, data
+/// attributes).
 class Attribute : public Payload {
 public:
+    /// @param value any number; where the kind has an enumeration `Type`, one of its enumerators
     explicit Attribute(int value);
     ~Attribute() override;
 
@@ -78,37 +82,53 @@ public:
     PayloadPtr getChild(std::size_t index) const override;
     std::size_t getNumberOfChildren() const override;
 
+    /// The value that it was made with.
     int getValue() const;
 
 private:
     int val_;
 };
 
-/// The encryption algorithm (RFC 3602, RFC 2451, RFC 4106).
+/// The encryption algorithm.
 class EncryptionAlgorithm : public Attribute {
 public:
-    enum Type : int { AES = 0, DES3 = 1, AES_GCM = 2 };
+    /// The algorithms.
+    enum Type : int {
+        AES = 0,    ///< AES-CBC (RFC 3602), key lengths 128, 192, 256
+        DES3 = 1,   ///< Triple-DES in CBC mode (RFC 2451); has one key length only
+        AES_GCM = 2 ///< AES-GCM in ESP (RFC 4106), the same key lengths; goes with HashAlgorithm::AES_GCM
+    };
 
+    /// @param value a Type; any other number is kept
     explicit EncryptionAlgorithm(int value);
     void accept(PayloadVisitor& visitor) override;
     /// "EncryptionAlgorithm: value: " and "AES", "3DES", "AES-GCM" or, for any other value, "Unknown".
     std::string to_string() const override;
 };
 
-/// The length of the encryption key in bits.
+/// The length of the encryption key in bits (RFC 2409, appendix A, class 14).
 class KeyLength : public Attribute {
 public:
+    /// @param value in bits; not checked
     explicit KeyLength(int value);
     void accept(PayloadVisitor& visitor) override;
     /// "KeyLength: value: " and the value in decimal.
     std::string to_string() const override;
 };
 
-/// The hash algorithm (RFC 2404, RFC 4868); AES_GCM where the encryption algorithm protects integrity itself.
+/// The hash algorithm: of IKE in phase 1, of the packets' integrity in phase 2.
 class HashAlgorithm : public Attribute {
 public:
-    enum Type : int { SHA1 = 0, SHA256 = 1, SHA384 = 2, SHA512 = 3, AES_GCM = 4 };
+    /// The algorithms.
+    enum Type : int {
+        SHA1 = 0,   ///< HMAC-SHA-1-96 (RFC 2404)
+        SHA256 = 1, ///< HMAC-SHA-256-128 (RFC 4868)
+        SHA384 = 2, ///< HMAC-SHA-384-192 (RFC 4868)
+        SHA512 = 3, ///< HMAC-SHA-512-256 (RFC 4868)
+        AES_GCM = 4 ///< none of its own: EncryptionAlgorithm::AES_GCM protects integrity itself (RFC 4106)
+    };
 
+    /// @param value a Type; any other number is kept
     explicit HashAlgorithm(int value);
     void accept(PayloadVisitor& visitor) override;
     /// "HashAlgorithm: value: " and "SHA1", "SHA256", "SHA384", "SHA512", "AES-GCM" or "Unknown".
@@ -119,56 +139,75 @@ public:
 /// key.
 class AuthenticationMethod : public Attribute {
 public:
-    enum Type : int { PSK = 0, RSA_SIG = 1 };
+    /// The methods (RFC 2409, sections 5.1 and 5.4).
+    enum Type : int {
+        PSK = 0,    ///< a pre-shared key, which is the data
+        RSA_SIG = 1 ///< RSA signatures, with the policy's certificates; needs no data
+    };
 
-    /// @param data any bytes; stored unchanged.
+    /// @param value a Type; any other number is kept
+    /// @param data any bytes; copied unchanged. Only bytes 0x10 to 0x7F survive the way to a server
+    ///        (ParseVisitor).
     AuthenticationMethod(int value, const std::string& data);
     void accept(PayloadVisitor& visitor) override;
     /// "AuthenticationMethod: value: ", then "PSK", "RSA_SIG" or "Unknown", then ": data: " and the data, not
     /// masked.
     std::string to_string() const override;
 
+    /// A copy of the data.
     std::string getData() const;
 
 private:
     std::string data_;
 };
 
-/// The Diffie-Hellman group (RFC 3526, RFC 5114, RFC 5903). The enumerators are numbered in this order, not
-/// by group.
+/// The Diffie-Hellman group; in phase 2 that of perfect forward secrecy (RFC 2409, section 5.5).
 class GroupDescription : public Attribute {
 public:
-    enum Type : int { G14 = 0, G24 = 1, G19 = 2, G20 = 3 };
+    /// The groups, numbered in this order and not by group.
+    enum Type : int {
+        G14 = 0, ///< 2048-bit MODP (RFC 3526)
+        G24 = 1, ///< 2048-bit MODP with a 256-bit prime order subgroup (RFC 5114)
+        G19 = 2, ///< 256-bit random elliptic curve (RFC 5903)
+        G20 = 3  ///< 384-bit random elliptic curve (RFC 5903)
+    };
 
+    /// @param value a Type; any other number is kept
     explicit GroupDescription(int value);
     void accept(PayloadVisitor& visitor) override;
     /// "GroupDescription: value: " and "Group14", "Group24", "Group19", "Group20" or "Unknown".
     std::string to_string() const override;
 };
 
-/// The unit of LifeDuration.
+/// The unit of LifeDuration (RFC 2409, appendix A, class 11).
 class LifeType : public Attribute {
 public:
-    enum Type : int { SECOND = 0 };
+    /// The units.
+    enum Type : int {
+        SECOND = 0 ///< seconds
+    };
 
+    /// @param value a Type; any other number is kept
     explicit LifeType(int value);
     void accept(PayloadVisitor& visitor) override;
     /// "LifeType: value: " and "SECOND" or "Unknown".
     std::string to_string() const override;
 };
 
-/// The lifetime in the unit that LifeType names.
+/// The lifetime in the unit that LifeType names (RFC 2409, appendix A, class 12).
 class LifeDuration : public Attribute {
 public:
+    /// @param value in the unit of LifeType; not checked
     explicit LifeDuration(int value);
     void accept(PayloadVisitor& visitor) override;
     /// "LifeDuration: value: " and the value in decimal.
     std::string to_string() const override;
 };
 
-/// The root of a tree.
+/// The root of a tree: its proposals in the order of preference (RFC 2408, section 3.4).
 class SecurityAssociation : public Payload {
 public:
+    /// No children.
     SecurityAssociation();
     ~SecurityAssociation() override;
 
@@ -185,7 +224,7 @@ private:
     container_type children_;
 };
 
-/// One proposal: a number and its transforms.
+/// One proposal: a number and its transforms (RFC 2408, section 3.5).
 class Proposal : public Payload {
 public:
     /// The number is 0 until setId is called.
@@ -201,7 +240,10 @@ public:
     /// The heading is "proposalID: " and the number.
     std::string to_string() const override;
 
+    /// Sets the number; any is taken. Transforms of the same proposal number in one phase gather under one
+    /// proposal on the way to a server.
     void setId(int id);
+    /// The number.
     int getId() const;
 
 private:
@@ -209,7 +251,7 @@ private:
     container_type children_;
 };
 
-/// One transform: a number and its attributes.
+/// One transform: a number and its attributes (RFC 2408, section 3.6).
 class Transform : public Payload {
 public:
     /// The number is 0 until setId is called.
@@ -225,7 +267,9 @@ public:
     /// The heading is "transformID: " and the number.
     std::string to_string() const override;
 
+    /// Sets the number; any is taken.
     void setId(int id);
+    /// The number.
     int getId() const;
 
 private:

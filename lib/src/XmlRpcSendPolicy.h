@@ -29,15 +29,17 @@ namespace norvale::tamber::systemdata::ipseccfg::common {
 /// output before it is judged. A call blocks until the answer is there, 60 seconds at most. One object serves
 /// any number of calls; it is not synchronised.
 ///
-/// What the operations have in common:
-/// @return the result's status as it stands (ResultCommand::Type: 0 success, 1 failure), not judged here.
-/// @throws std::runtime_error "Error to send." if the request could not be sent.
-/// @throws std::runtime_error "Error to recv." if no well-formed answer came.
-/// @throws std::runtime_error "Error rsp: " and the fault's text if the answer is a fault.
-/// @throws whatever the message classes and the request channel throw, unchanged.
+/// startProcess, restartProcess and killProcess return the result's status as it stands (ResultCommand::Type:
+/// 0 success, 1 failure; an answer without a result reads as 0), not judged here, and throw
+/// - std::runtime_error "Error to send." if the request could not be sent,
+/// - std::runtime_error "Error to recv." if no well-formed answer came,
+/// - std::runtime_error "Error rsp: " and the fault's text if the answer is a fault,
+/// - what the message classes (ObjectXMLMapping.h) and the request channel (CRequester.h) throw, unchanged:
+///   std::system_error "CRequester: cannot start COMMAND: ..." if there is no such server, for example.
 class XmlRpcSendPolicy {
 public:
-    /// The server's path when neither the environment nor PATH gives one.
+    /// The server's path when neither the environment nor PATH gives one:
+    /// "/home/halden/.lattice/tools/bin/systemdataIPsecCfgServer".
     static const char* const RPC_COMMAND;
 
     /// Empty setting file path, FIPS mode off.
@@ -49,17 +51,19 @@ public:
     /// Whether the engine runs in FIPS mode (FIPS 140), sent with every request.
     void setFipsMode(bool mode);
 
-    /// Asks for the engine to be started with a policy.
-    /// @param policy both associations must be set
+    /// Asks for the engine to be started with a policy. Returns and throws as the class says.
+    /// @pre Both associations of the policy are set, and every rule has a priority.
+    /// @param policy what the engine is to protect, and how
     /// @param filters the rules beside the policy's own (`Bypass`, `Discard`)
+    /// @param certificates where the server finds certificates and keys; the files are not sent
     int startProcess(const IPsecPolicy& policy, const FilterSet& filters,
                      const std::list<CertificatePtr>& certificates);
 
-    /// Asks the running engine to take over a policy; parameters as for startProcess.
+    /// Asks the running engine to take over a policy; everything as for startProcess.
     int restartProcess(const IPsecPolicy& policy, const FilterSet& filters,
                        const std::list<CertificatePtr>& certificates);
 
-    /// Asks for the engine to be shut down.
+    /// Asks for the engine to be shut down. Returns and throws as the class says.
     int killProcess();
 
 private:

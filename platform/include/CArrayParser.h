@@ -35,7 +35,7 @@ public:
     /// @throws std::invalid_argument "CArrayParser: no structure" for a null pointer.
     void addElement(CParser* element);
 
-    /// The structures in order. They belong to the array.
+    /// The structures in order. They belong to the array; the reference is valid as long as the array is.
     std::vector<CParser*>& getElements();
 
     /// Whether the text is broken into indented lines (off at first). The values are the same either way.
@@ -46,7 +46,7 @@ public:
     /// @return 0 on success; not 0 if the stream stopped taking data, or if there is something that XML-RPC
     ///         cannot carry, in which case nothing was written: control characters other than tab, line feed
     ///         and carriage return, U+FFFE, U+FFFF, invalid UTF-8, a type that is none of Type.
-    /// @throws what the stream's buffer throws, unchanged.
+    /// @throws std::exception what the stream's buffer throws, of whatever type, unchanged.
     int serialize(COStream& out);
 
     /// Reads one message, a request, an answer or a fault, in place of what this array holds.
@@ -57,10 +57,11 @@ public:
     /// @return 0 on success; not 0, with the array unchanged, if the text is not well-formed, is no array of
     ///         flat structures, has a document type declaration, is larger or deeper than the limits, or ends
     ///         early (which sets the stream's eofbit).
-    /// @throws std::bad_alloc, and what the stream's buffer throws; the array is unchanged then too.
+    /// @throws std::bad_alloc if memory runs out, and what the stream's buffer throws, of whatever type; the
+    ///         array is unchanged then too.
     int parse(CIStream& in);
 
-    /// The fault that was read, or that is to be written; code `ok` if there is none.
+    /// The fault that was read, or that is to be written (assign to it); code `ok` if there is none.
     CFault& getFault();
 
 private:

@@ -14,6 +14,7 @@ namespace norvale::tamber::systemdata::parser {
 /// stream is there for the next. Not synchronised.
 class CIStream {
 public:
+    /// @param in the stream; nothing is read yet. Binary or text makes no difference.
     explicit CIStream(std::istream& in);
     CIStream(const CIStream&) = delete;
     CIStream& operator=(const CIStream&) = delete;

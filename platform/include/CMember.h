@@ -29,7 +29,11 @@ enum Type : int {
 /// A plain value; it belongs to the CParser that holds it. Not synchronised.
 class CMember {
 public:
-    /// @param values one value for a scalar, any number for an array member.
+    /// @param name its name
+    /// @param type of its value, or of each of its values
+    /// @param values one value for a scalar, any number for an array member
+    /// @param option whether the member is optional, which does not show on the wire
+    /// @param array whether it is an array member
     CMember(std::string name, Type type, std::vector<std::string> values, bool option, bool array);
     /// A scalar.
     CMember(std::string name, Type type, std::string value, bool option);

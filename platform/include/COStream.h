@@ -21,6 +21,7 @@ public:
     /// The size of a packet in bytes.
     static constexpr std::size_t PACKET_SIZE = 8192;
 
+    /// @param out the stream; nothing is written yet
     explicit COStream(std::ostream& out);
     COStream(const COStream&) = delete;
     COStream& operator=(const COStream&) = delete;

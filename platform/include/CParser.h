@@ -21,10 +21,13 @@ public:
     CParser();
 
     /// Appends a scalar member.
-    /// @param option marks an optional member; it does not show on the wire.
+    /// @param name its name, copied; several members of one name are kept
+    /// @param value its value as text, copied; whether it fits the type is not checked
+    /// @param type the value's type
+    /// @param option whether the member is optional, which does not show on the wire
     void addMember(const std::string& name, const std::string& value, Type type, bool option);
 
-    /// Appends a member that is an array of `values`, each of type `type`.
+    /// Appends a member that is an array of values; parameters as of addMember.
     void addArrayMember(const std::string& name, const std::vector<std::string>& values, Type type,
                         bool option);
 

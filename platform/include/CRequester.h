@@ -17,9 +17,10 @@ class Channel;
 ///
 /// The server is a program of its own. Which one, the request itself says: its command, the (unescaped)
 /// method name of the XML-RPC request, is the path of the server's executable, taken as it stands, or of a
-/// stream socket in the file system (AF_UNIX) that a server listens on. A socket is connected to, and nothing is
-/// started: so a user without rights reaches a server that has them. An executable is started, without a shell and without a search along PATH, as soon as that name has been written, with one
-/// socket pair as its standard input and output, the caller's standard error, and no other descriptor; its
+/// stream socket in the file system (AF_UNIX, unix(7)) that a server listens on. A socket is connected to, and
+/// nothing is started: so a user without rights reaches a server that has them. An executable is started,
+/// without a shell and without a search along PATH, as soon as that name has been written, with one socket
+/// pair as its standard input and output, the caller's standard error, and no other descriptor; its
 /// environment is the caller's, its signals are at their default. Writing and reading are interleaved, so
 /// that neither side waits for the other for ever.
 ///
