@@ -1,5 +1,5 @@
 # What users copy from the documents works: C++ is compiled and run, TOML is read by the program it is for, shell is parsed and
-# its words are looked at. A sample that is not listed here fails the configuration.
+# its words are looked at. A sample that is not listed here fails.
 
 find_package(Python3 COMPONENTS Interpreter)
 if(NOT Python3_FOUND)
@@ -61,6 +61,7 @@ foreach(sample ${samples})
     elseif(sample MATCHES "^(wire-format\\..*\\.xml|.*\\.cmake)$")
         # wire_format.cpp has the former, the consumer project of tests/consumer the latter.
     elseif(NOT sample IN_LIST known_samples)
-        message(FATAL_ERROR "nothing tests the sample ${sample} of the documents")
+        ipseccfg_docs_test(sample.${sample} ${CMAKE_COMMAND} -E cmake_echo_color --red "nothing tests this sample")
+        set_tests_properties(docs.sample.${sample} PROPERTIES WILL_FAIL ON)
     endif()
 endforeach()
