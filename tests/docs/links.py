@@ -2,7 +2,7 @@
 """Checks that what the documents refer to is there: links.py SOURCE
 
 Every link of a Markdown file to a file of this tree, its heading included; every path in a code span that begins with a folder
-of this tree and ends in no NAME; and README.md links every guide."""
+of this tree and ends in no NAME; that README.md links every guide; that the changelog's latest version is the project's."""
 
 import pathlib
 import re
@@ -38,12 +38,15 @@ def problems_of(source, file):
 def main(source):
     files = [*source.glob("*.md"), *source.glob("docs/**/*.md")]
     problems = [f"{file.relative_to(source)}: {problem}" for file in files for problem in problems_of(source, file)]
+    latest = re.search(r'^## \[([\d.]+)\]', (source / "CHANGELOG.md").read_text(encoding="utf-8"), re.MULTILINE)
+    if latest is None or f"VERSION {latest.group(1)} " not in (source / "CMakeLists.txt").read_text(encoding="utf-8"):
+        problems.append("CHANGELOG.md: its latest version is not that of CMakeLists.txt")
     print(*problems, sep="\n")
-    guides = [file for file in source.glob("docs/*.md")]
+    guides = [*source.glob("docs/*.md"), *source.glob("[!R]*.md")]
     readme = (source / "README.md").read_text(encoding="utf-8")
-    unlinked = [guide.name for guide in guides if f"(docs/{guide.name})" not in readme]
+    unlinked = [guide.name for guide in guides if f"({guide.relative_to(source)})" not in readme]
     for name in unlinked:
-        print(f"README.md does not link docs/{name}")
+        print(f"README.md does not link {name}")
     print(f"{len(files)} documents, {len(problems) + len(unlinked)} problems")
     return 1 if problems or unlinked or len(files) < 4 else 0
 
