@@ -2,7 +2,8 @@
 """Checks that what the documents refer to is there: links.py SOURCE
 
 Every link of a Markdown file to a file of this tree, its heading included; every path in a code span that begins with a folder
-of this tree and ends in no NAME; that README.md links every guide; that the changelog's latest version is the project's."""
+of this tree and ends in no NAME; that README.md links every guide; that the build's options are those that are listed; that the
+changelog's latest version is the project's."""
 
 import pathlib
 import re
@@ -38,6 +39,14 @@ def problems_of(source, file):
 def main(source):
     files = [*source.glob("*.md"), *source.glob("docs/**/*.md")]
     problems = [f"{file.relative_to(source)}: {problem}" for file in files for problem in problems_of(source, file)]
+    listed = set(re.findall(r'^\| `(IPSECCFG_\w+)`', (source / "docs/building-for-a-device.md").read_text(encoding="utf-8"),
+                            re.MULTILINE))
+    built = set()
+    for file in [source / "CMakeLists.txt", *source.glob("platform/*/CMakeLists.txt")]:
+        built |= set(re.findall(r'^(?:option|set)\((IPSECCFG_\w+)', file.read_text(encoding="utf-8"), re.MULTILINE))
+    built.discard("IPSECCFG_TOP_LEVEL")
+    problems += [f"docs/building-for-a-device.md: no such option: {option}" for option in listed - built]
+    problems += [f"docs/building-for-a-device.md: not listed: {option}" for option in built - listed]
     latest = re.search(r'^## \[([\d.]+)\]', (source / "CHANGELOG.md").read_text(encoding="utf-8"), re.MULTILINE)
     if latest is None or f"VERSION {latest.group(1)} " not in (source / "CMakeLists.txt").read_text(encoding="utf-8"):
         problems.append("CHANGELOG.md: its latest version is not that of CMakeLists.txt")

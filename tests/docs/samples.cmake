@@ -35,6 +35,14 @@ foreach(sample README.1.cpp writing-a-client.1.cpp)
     ipseccfg_docs_test(sample.${sample} ${CMAKE_CURRENT_SOURCE_DIR}/run_client.sh ${program})
 endforeach()
 
+# What is said about building such a client. Not with libraries that need a sanitizer's runtime.
+if(IPSECCFG_SHARED AND NOT IPSECCFG_SANITIZERS)
+    foreach(document README writing-a-client)
+        ipseccfg_docs_test(sample.${document}.1.cmake ${CMAKE_CURRENT_SOURCE_DIR}/build_sample.sh ${samples_folder}
+                           ${document} ${PROJECT_BINARY_DIR} ${CMAKE_CURRENT_BINARY_DIR}/built/${document})
+    endforeach()
+endif()
+
 # The servers, for a request as the document of the format has it, on a host that only notes what it is asked to do.
 foreach(sample README.2.cpp writing-a-setting-manager.2.cpp)
     sample_program(${sample} HOST)
@@ -58,8 +66,8 @@ foreach(sample ${samples})
     elseif(sample MATCHES "\\.sh$")
         ipseccfg_docs_test(sample.${sample} ${CMAKE_CURRENT_SOURCE_DIR}/shell_words.py ${samples_folder}/${sample}
                            ${PROJECT_SOURCE_DIR})
-    elseif(sample MATCHES "^(wire-format\\..*\\.xml|.*\\.cmake)$")
-        # wire_format.cpp has the former, the consumer project of tests/consumer the latter.
+    elseif(sample MATCHES "^(wire-format\\..*\\.xml|(README|writing-a-client)\\.1\\.cmake)$")
+        # wire_format.cpp has the former, the latter are above.
     elseif(NOT sample IN_LIST known_samples)
         ipseccfg_docs_test(sample.${sample} ${CMAKE_COMMAND} -E cmake_echo_color --red "nothing tests this sample")
         set_tests_properties(docs.sample.${sample} PROPERTIES WILL_FAIL ON)
