@@ -24,17 +24,19 @@ constexpr CommandFacts COMMANDS[] = {
     {Command::Shutdown, "shutdown", "Shut the engine down"},
     {Command::Check, "check", "Report everything that is wrong with a policy"},
     {Command::Show, "show", "Print a policy, its keys masked"},
+    {Command::Diff, "diff", "Tell what a change of a policy means"},
+    {Command::Init, "init", "Write a policy to begin with"},
     {Command::Status, "status", "Tell what the running engine does for each rule"},
 };
 
+// What `init` writes if no file is named.
+constexpr const char* NEW_POLICY = "policy.toml";
+
 constexpr const char* DESCRIPTION = "Configures the IPsec engine of this device from a policy file (TOML).";
 constexpr const char* FOOTER =
-    "Examples:\n"
-    "  ipseccfgctl check policy.toml\n"
-    "  ipseccfgctl start policy.toml\n"
-    "  ipseccfgctl shutdown --setting-file /run/ipseccfg/engine.conf\n"
-    "Exit codes: 0 success, 1 failure answered, 2 usage or policy error, 3 no answer.\n"
-    "'ipseccfgctl COMMAND --help' tells a command's own options.";
+    "Examples: ipseccfgctl init policy.toml && ipseccfgctl start policy.toml\n"
+    "Exit codes: 0 success, 1 failure answered (diff: they differ), 2 usage or policy\n"
+    "error, 3 no answer. More: 'ipseccfgctl COMMAND --help', 'man ipseccfgctl'.";
 
 std::string checkedSettingFile(const std::string& path)
 {
@@ -68,19 +70,52 @@ void addShowOptions(CLI::App& command, Options& options)
     command.add_flag("--secrets", options.secrets, "Print keys as they are");
 }
 
+// What a command is about: the files that it names, and what it has to say of them.
+void addArguments(CLI::App& command, Command which, Options& options)
+{
+    const auto add = [&command](const char* name, std::string& file, const char* description) {
+        return command.add_option(name, file, description)->required()->type_name("");
+    };
+    switch (which) {
+    case Command::Shutdown:
+        return addShutdownOptions(command, options);
+    case Command::Status:
+        return;
+    case Command::Init:
+        add("FILE", options.policyFile, "A new file; '-' prints the policy instead")
+            ->required(false)
+            ->default_str(NEW_POLICY);
+        return;
+    case Command::Diff:
+        add("OLD", options.policyFile, "A policy file");
+        add("NEW", options.newPolicyFile, "What it is to become");
+        return;
+    case Command::Show:
+        addShowOptions(command, options);
+        [[fallthrough]];
+    default:
+        add("POLICY", options.policyFile, "The policy file");
+    }
+}
+
+// What stands below the options of a command.
+std::string footerOf(Command command)
+{
+    return std::string(command == Command::Diff
+                           ? "Signs: + added, - removed, ~ changed, > moved. Keys are never shown.\n"
+                             "Exit codes: 0 they mean the same, 1 they differ, 2 one has problems.\n"
+                           : "") +
+           "Options of every command: --json, --verbose, --server PATH.";
+}
+
 void addCommand(CLI::App& app, const CommandFacts& facts, Options& options)
 {
     CLI::App* const command = app.add_subcommand(facts.name, facts.description);
     command->fallthrough();
     command->group("Commands");
-    command->footer("Options of every command: --json, --verbose, --server PATH.");
+    command->footer(footerOf(facts.command));
     command->callback([&options, &facts] { options.command = facts.command; });
-    if (facts.command == Command::Shutdown)
-        addShutdownOptions(*command, options);
-    else if (facts.command != Command::Status)
-        command->add_option("POLICY", options.policyFile, "The policy file")->required()->type_name("");
-    if (facts.command == Command::Show)
-        addShowOptions(*command, options);
+    addArguments(*command, facts.command, options);
 }
 
 // What can be said of a command line that could not be read.
@@ -128,6 +163,8 @@ CommandLine readCommandLine(int argc, const char* const* argv)
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     try {
         app.parse(argc, argv);
+        if (options.command == Command::Init && options.policyFile.empty())
+            options.policyFile = NEW_POLICY;
         line.options = options;
     } catch (const CLI::CallForHelp&) {
         line.text = app.help();

@@ -9,7 +9,7 @@
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
-enum class Command { Start, Restart, Shutdown, Check, Show, Status };
+enum class Command { Start, Restart, Shutdown, Check, Show, Diff, Init, Status };
 
 /// The command as it is typed: "start".
 const char* nameOf(Command command);
@@ -17,11 +17,12 @@ const char* nameOf(Command command);
 /// What was asked for.
 struct Options {
     Command command = Command::Check;
-    std::string policyFile;  ///< for all commands but Shutdown and Status
-    std::string settingFile; ///< for Shutdown; empty if not given
-    bool fips = false;       ///< for Shutdown
-    bool xml = false;        ///< for Show
-    bool secrets = false;    ///< for Show
+    std::string policyFile; ///< for all commands but Shutdown and Status; for Init the one to write, or "-"
+    std::string newPolicyFile; ///< for Diff: what policyFile is to become
+    std::string settingFile;   ///< for Shutdown; empty if not given
+    bool fips = false;         ///< for Shutdown
+    bool xml = false;          ///< for Show
+    bool secrets = false;      ///< for Show
     bool json = false;
     bool verbose = false;
     std::optional<std::string> server; ///< the path of the server's executable or socket

@@ -4,17 +4,21 @@
 
 #include "EngineStatus.h"
 #include "Masking.h"
+#include "PolicyDiff.h"
 #include "PolicyFile.h"
 #include "PolicyView.h"
 #include "RequestText.h"
 #include "Sending.h"
 #include "SettingManagers.h"
+#include "StarterPolicy.h"
 #include "Surroundings.h"
+#include "Text.h"
 #include "Wording.h"
 #include "XmlRpcSendPolicy.h"
 
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
@@ -75,6 +79,54 @@ Outcome performWith(const Policy& policy, const Options& options)
     }
 }
 
+Outcome withProblems(Problems problems)
+{
+    return {Status::Invalid, "the policy has problems", std::move(problems), {}};
+}
+
+// With the problems of both, so that one call tells all of them.
+Outcome diff(const Options& options)
+{
+    const PolicyReading before = readPolicyFile(options.policyFile);
+    const PolicyReading after = readPolicyFile(options.newPolicyFile);
+    if (!before.policy || !after.policy) {
+        Problems problems = before.problems;
+        problems.insert(problems.end(), after.problems.begin(), after.problems.end());
+        return withProblems(std::move(problems));
+    }
+    const Differences differences = differencesBetween(*before.policy, *after.policy);
+    const bool same = differences.empty();
+    return {same ? Status::Success : Status::Different,
+            same ? "the policies mean the same" : counted(differences.size(), "difference"),
+            {},
+            {},
+            std::nullopt,
+            differences};
+}
+
+Outcome init(const Options& options)
+{
+    const std::string text = starterPolicy();
+    if (options.policyFile == "-")
+        return {Status::Success, text, {}, {}};
+    writeNewFile(options.policyFile, text);
+    return {Status::Success,
+            "wrote " + quoted(options.policyFile) + "; edit it, then: ipseccfgctl check " +
+                programs::shellWord(options.policyFile),
+            {},
+            {}};
+}
+
+Outcome performOnFiles(const Options& options)
+{
+    if (options.command == Command::Init)
+        return init(options);
+    if (options.command == Command::Diff)
+        return diff(options);
+    const PolicyReading reading = readPolicyFile(options.policyFile);
+    return reading.policy ? performWith(*reading.policy, options) : withProblems(reading.problems);
+}
+
 } // namespace
 
 Outcome perform(const Options& options)
@@ -86,10 +138,7 @@ Outcome perform(const Options& options)
     if (options.command == Command::Status)
         return status();
     try {
-        const PolicyReading reading = readPolicyFile(options.policyFile);
-        if (!reading.policy)
-            return {Status::Invalid, "the policy has problems", reading.problems, {}};
-        return performWith(*reading.policy, options);
+        return performOnFiles(options);
     } catch (const std::runtime_error& error) {
         return {Status::Invalid, error.what(), {}, {}};
     }

@@ -11,7 +11,8 @@ struct StatusFacts {
     const char* name;
     int exitCode;
 };
-constexpr StatusFacts STATUS_FACTS[] = {{"success", 0}, {"failure", 1}, {"invalid", 2}, {"no-answer", 3}};
+constexpr StatusFacts STATUS_FACTS[] = {
+    {"success", 0}, {"failure", 1}, {"different", 1}, {"invalid", 2}, {"no-answer", 3}};
 
 const StatusFacts& factsOf(Status status)
 {

@@ -219,7 +219,10 @@ PolicyReading readPolicyFile(const std::string& path)
     } catch (const std::runtime_error& error) {
         throw std::runtime_error("cannot read " + quoted(path) + ": " + error.what());
     }
-    return readPolicyText(text);
+    PolicyReading reading = readPolicyText(text);
+    for (Problem& problem : reading.problems)
+        problem.file = path;
+    return reading;
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::client

@@ -25,6 +25,8 @@ std::string authentication(const programs::TransformAttributes& transform)
     return transform.authenticationData.empty() ? name : name + " (key " + transform.authenticationData + ")";
 }
 
+} // namespace
+
 std::string inWords(const programs::TransformAttributes& transform)
 {
     std::vector<std::string> words = {nameOf(programs::ENCRYPTIONS, *transform.encryption)};
@@ -39,6 +41,8 @@ std::string inWords(const programs::TransformAttributes& transform)
                     nameOf(programs::LIFE_TYPES, *transform.lifeType));
     return listed(words);
 }
+
+namespace {
 
 // One node of a tree drawn with letters that every terminal has.
 std::string branch(bool last)

@@ -4,6 +4,7 @@
 /// @file
 /// A policy as text for people.
 
+#include "Association.h"
 #include "PolicyFile.h"
 
 #include <string>
@@ -13,6 +14,9 @@ namespace norvale::tamber::systemdata::ipseccfg::client {
 /// The engine's settings, both phases as trees, the rules and the certificates as tables. Rules stand in the
 /// order in which they are sent: those that protect traffic first. Secrets are shown as they are in `policy`.
 std::string viewOf(const Policy& policy);
+
+/// One transform as the tree shows it: "AES 256 bits, SHA256, PSK (key KEY), group 14, lifetime 28800 seconds".
+std::string inWords(const programs::TransformAttributes& transform);
 
 } // namespace norvale::tamber::systemdata::ipseccfg::client
 

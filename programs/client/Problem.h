@@ -21,7 +21,8 @@ struct Problem {
     Position position;
     std::string
         key; ///< where in the policy, "phase1.proposal[0].transform[1].hash"; empty for a syntax error
-    std::string message; ///< what is wrong and what is allowed, in words that follow the key
+    std::string message;   ///< what is wrong and what is allowed, in words that follow the key
+    std::string file = {}; ///< the file as it was named; empty for a text that comes from none
 };
 
 /// Problems in the order in which they were found.

@@ -6,6 +6,7 @@
 #include "Text.h"
 #include "Wording.h"
 
+#include <map>
 #include <nlohmann/json.hpp>
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
@@ -21,7 +22,8 @@ ordered_json toJson(const Problems& problems)
 {
     ordered_json array = ordered_json::array();
     for (const Problem& problem : problems)
-        array.push_back({{"line", problem.position.line},
+        array.push_back({{"file", problem.file},
+                         {"line", problem.position.line},
                          {"column", problem.position.column},
                          {"key", problem.key},
                          {"message", problem.message}});
@@ -50,6 +52,17 @@ ordered_json toJson(const std::vector<RuleStatus>& rules)
     return array;
 }
 
+ordered_json toJson(const Differences& differences)
+{
+    ordered_json array = ordered_json::array();
+    for (const Difference& difference : differences)
+        array.push_back({{"change", nameOf(difference.change)},
+                         {"what", difference.what},
+                         {"before", difference.before},
+                         {"after", difference.after}});
+    return array;
+}
+
 void printJson(const std::string& command, const Outcome& outcome, std::ostream& out)
 {
     ordered_json object = {{"schema", JSON_SCHEMA},
@@ -59,19 +72,24 @@ void printJson(const std::string& command, const Outcome& outcome, std::ostream&
                            {"problems", toJson(outcome.problems)}};
     if (outcome.rules)
         object["rules"] = toJson(*outcome.rules);
+    if (outcome.differences)
+        object["differences"] = toJson(*outcome.differences);
     // A file's name may be anything but UTF-8.
     out << object.dump(JSON_INDENTATION, ' ', false, ordered_json::error_handler_t::replace) << "\n";
 }
 
 void printProblems(const Outcome& outcome, const Options& options, std::ostream& err)
 {
-    const std::string file = programs::printable(options.policyFile);
-    for (const Problem& problem : outcome.problems)
+    const bool toSend = options.command == Command::Start || options.command == Command::Restart;
+    std::map<std::string, std::size_t> counts;
+    for (const Problem& problem : outcome.problems) {
+        const std::string file = programs::printable(problem.file);
+        ++counts[file];
         err << file << ":" << problem.position.line << ":" << problem.position.column << ": "
             << (problem.key.empty() ? "" : problem.key + ": ") << problem.message << "\n";
-    const bool toSend = options.command == Command::Start || options.command == Command::Restart;
-    err << file << ": " << counted(outcome.problems.size(), "problem") << (toSend ? ", nothing was sent" : "")
-        << "\n";
+    }
+    for (const auto& [file, count] : counts)
+        err << file << ": " << counted(count, "problem") << (toSend ? ", nothing was sent" : "") << "\n";
 }
 
 // What a success of a command is called.
@@ -89,8 +107,10 @@ const char* successOf(Command command)
 
 void printSuccess(const Outcome& outcome, const Options& options, std::ostream& out)
 {
-    if (options.command == Command::Show)
+    if (options.command == Command::Show || (options.command == Command::Init && options.policyFile == "-"))
         out << outcome.detail;
+    else if (options.command == Command::Diff || options.command == Command::Init)
+        out << programs::printable(outcome.detail) << "\n";
     else if (options.command == Command::Status)
         out << outcome.detail << "\n" << viewOf(outcome.rules.value_or(std::vector<RuleStatus>()));
     else if (options.command == Command::Check)
@@ -104,6 +124,8 @@ void printForPeople(const Outcome& outcome, const Options& options, std::ostream
 {
     if (outcome.status == Status::Success)
         printSuccess(outcome, options, out);
+    else if (outcome.differences)
+        out << viewOf(*outcome.differences);
     else if (!outcome.problems.empty())
         printProblems(outcome, options, err);
     else

@@ -4,7 +4,7 @@ find_package(nlohmann_json REQUIRED)
 
 ipseccfg_test(client
     SOURCES client_policy.cpp client_policy_problems.cpp client_values.cpp client_view.cpp
-            client_command_line.cpp client_status.cpp
+            client_command_line.cpp client_status.cpp client_diff.cpp
     LIBRARIES ipseccfg_client ipseccfg_vici nlohmann_json::nlohmann_json
     DEFINITIONS SAMPLE_POLICY="${PROJECT_SOURCE_DIR}/programs/client/sample-policy.toml")
 

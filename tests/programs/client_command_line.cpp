@@ -24,7 +24,8 @@ TEST(CommandLine, NamesACommandAndItsPolicy)
         {"start", Command::Start},
         {"restart", Command::Restart},
         {"check", Command::Check},
-        {"show", Command::Show}};
+        {"show", Command::Show},
+        {"init", Command::Init}};
     for (const auto& [name, command] : commands) {
         const CommandLine line = read({name, "policy.toml"});
         ASSERT_TRUE(line.options.has_value()) << name << ": " << line.text;
@@ -42,6 +43,24 @@ TEST(CommandLine, OfAShutdownHasNoPolicyButASettingFile)
     EXPECT_EQ(Command::Shutdown, line.options->command);
     EXPECT_EQ("/run/engine.conf", line.options->settingFile);
     EXPECT_TRUE(line.options->fips);
+}
+
+TEST(CommandLine, OfADiffHasTwoPolicies)
+{
+    const CommandLine line = read({"diff", "old.toml", "new.toml"});
+    ASSERT_TRUE(line.options.has_value()) << line.text;
+    EXPECT_EQ(Command::Diff, line.options->command);
+    EXPECT_EQ("old.toml", line.options->policyFile);
+    EXPECT_EQ("new.toml", line.options->newPolicyFile);
+    EXPECT_EQ("NEW is required", read({"diff", "old.toml"}).text);
+}
+
+TEST(CommandLine, OfAnInitMayLeaveTheFileOut)
+{
+    const CommandLine line = read({"init"});
+    ASSERT_TRUE(line.options.has_value()) << line.text;
+    EXPECT_EQ("policy.toml", line.options->policyFile);
+    EXPECT_EQ("-", read({"init", "-"}).options.value().policyFile);
 }
 
 TEST(CommandLine, HasNothingSetThatWasNotGiven)
@@ -75,9 +94,11 @@ struct Mistake {
 TEST(CommandLine, ThatIsWrongIsRefusedWithTheReason)
 {
     const Mistake mistakes[] = {
-        {{}, "a command is needed, one of start, restart, shutdown, check, show, status"},
+        {{}, "a command is needed, one of start, restart, shutdown, check, show, diff, init, status"},
         {{"stat", "p"},
-         "a command is needed, one of start, restart, shutdown, check, show, status (did you mean 'start'?)"},
+         "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
+         "mean "
+         "'start'?)"},
         {{"start"}, "POLICY is required"},
         {{"start", "a", "b"}, "The following argument was not expected: b"},
         {{"start", "a", "check", "b"}, "The following arguments were not expected: b check"},
@@ -112,11 +133,12 @@ TEST(Help, FitsAScreenAndHasExamples)
     const CommandLine line = read({"--help"});
     EXPECT_FALSE(line.options.has_value());
     EXPECT_FALSE(line.isError);
-    EXPECT_LE(linesOf(line.text).size(), 24U);
+    EXPECT_LE(linesOf(line.text).size(), 23U); // and the next prompt
     for (const std::string& each : linesOf(line.text))
         EXPECT_LE(each.size(), 80U) << each;
-    for (const char* const text : {"Examples:", "start", "restart", "shutdown", "check", "show", "--json",
-                                   "status", "--verbose", "--server", "--version", "Exit codes:"})
+    for (const char* const text :
+         {"Examples:", "start", "restart", "shutdown", "check", "show", "diff", "init", "--json", "status",
+          "--verbose", "--server", "--version", "Exit codes:"})
         EXPECT_NE(std::string::npos, line.text.find(text)) << text;
 }
 
@@ -165,17 +187,21 @@ TEST(Report, LetsNoControlCharacterOfTheServerThrough)
 
 TEST(Report, TellsTheProblemsOfAPolicyAndHowManyThereAre)
 {
-    const Outcome outcome{
-        Status::Invalid, "the policy has problems", {{{3, 14}, "a.b", "is wrong"}, {{4, 1}, "", "x"}}, {}};
+    const std::string file = "dir/p\x1b.toml";
+    const Outcome outcome{Status::Invalid,
+                          "the policy has problems",
+                          {{{3, 14}, "a.b", "is wrong", file}, {{4, 1}, "", "x", file}},
+                          {}};
     EXPECT_EQ("dir/p?.toml:3:14: a.b: is wrong\n"
               "dir/p?.toml:4:1: x\n"
               "dir/p?.toml: 2 problems\n",
-              printed(outcome, {"check", "dir/p\x1b.toml"}).err);
+              printed(outcome, {"check", file.c_str()}).err);
 }
 
 TEST(Report, SaysThatAPolicyWithProblemsWasNotSent)
 {
-    const Outcome outcome{Status::Invalid, "the policy has problems", {{{3, 14}, "a.b", "is wrong"}}, {}};
+    const Outcome outcome{
+        Status::Invalid, "the policy has problems", {{{3, 14}, "a.b", "is wrong", "p"}}, {}};
     EXPECT_EQ("p:3:14: a.b: is wrong\np: 1 problem, nothing was sent\n",
               printed(outcome, {"start", "p"}).err);
 }
@@ -199,13 +225,13 @@ TEST(Report, IsOneObjectInJson)
 {
     const Outcome outcome{Status::Invalid,
                           "the policy has problems",
-                          {{{3, 14}, "a.b", "is \"wrong\""}, {{4, 1}, "", "x"}},
+                          {{{3, 14}, "a.b", "is \"wrong\"", "p"}, {{4, 1}, "", "x", "p"}},
                           {}};
     const Printed text = printed(outcome, {"check", "p", "--json"});
     EXPECT_EQ(nlohmann::json::parse(R"({"schema": 1, "command": "check", "status": "invalid",
                                         "detail": "the policy has problems",
-                                        "problems": [{"line": 3, "column": 14, "key": "a.b", "message": "is \"wrong\""},
-                                                     {"line": 4, "column": 1, "key": "", "message": "x"}]})"),
+                                        "problems": [{"file": "p", "line": 3, "column": 14, "key": "a.b", "message": "is \"wrong\""},
+                                                     {"file": "p", "line": 4, "column": 1, "key": "", "message": "x"}]})"),
               nlohmann::json::parse(text.out));
     EXPECT_EQ("", text.err);
 }
@@ -214,6 +240,7 @@ TEST(Report, NamesEachStatusInJson)
 {
     const std::pair<Status, const char*> names[] = {{Status::Success, "success"},
                                                     {Status::Failure, "failure"},
+                                                    {Status::Different, "different"},
                                                     {Status::Invalid, "invalid"},
                                                     {Status::NoAnswer, "no-answer"}};
     for (const auto& [status, name] : names)
@@ -233,6 +260,7 @@ TEST(ExitCodes, AreOneAStatus)
 {
     EXPECT_EQ(0, exitCodeOf(Status::Success));
     EXPECT_EQ(1, exitCodeOf(Status::Failure));
+    EXPECT_EQ(1, exitCodeOf(Status::Different));
     EXPECT_EQ(2, exitCodeOf(Status::Invalid));
     EXPECT_EQ(3, exitCodeOf(Status::NoAnswer));
 }
