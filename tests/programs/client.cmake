@@ -4,9 +4,18 @@ find_package(nlohmann_json REQUIRED)
 
 ipseccfg_test(client
     SOURCES client_policy.cpp client_policy_problems.cpp client_values.cpp client_view.cpp
-            client_command_line.cpp client_status.cpp client_diff.cpp
+            client_command_line.cpp client_status.cpp client_diff.cpp client_manuals.cpp
     LIBRARIES ipseccfg_client ipseccfg_vici nlohmann_json::nlohmann_json
-    DEFINITIONS SAMPLE_POLICY="${PROJECT_SOURCE_DIR}/programs/client/sample-policy.toml")
+    DEFINITIONS SAMPLE_POLICY="${PROJECT_SOURCE_DIR}/programs/client/sample-policy.toml"
+                MANUALS="${PROJECT_BINARY_DIR}/docs/man" SERVER="$<TARGET_FILE:systemdataIPsecCfgServer>")
+add_dependencies(client systemdataIPsecCfgServer)
+
+# What is not installed is skipped by name.
+foreach(checker mandoc man)
+    add_test(NAME programs.manuals.${checker}
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/manuals.sh ${checker} ${PROJECT_BINARY_DIR}/docs/man)
+    set_tests_properties(programs.manuals.${checker} PROPERTIES TIMEOUT 60 SKIP_RETURN_CODE 77)
+endforeach()
 
 ipseccfg_test(client_program
     SOURCES client_program.cpp
