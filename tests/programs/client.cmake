@@ -22,3 +22,11 @@ ipseccfg_test(client_program
     LIBRARIES ipseccfg_client nlohmann_json::nlohmann_json util
     DEFINITIONS IPSECCFGCTL="$<TARGET_FILE:ipseccfgctl>" PROJECT_VERSION="${PROJECT_VERSION}")
 add_dependencies(client_program ipseccfgctl)
+
+foreach(script bash_completion.sh zsh_completion.zsh)
+    string(REGEX REPLACE "_.*" "" shell ${script})
+    add_test(NAME programs.completion.${shell}
+        COMMAND sh -c "command -v ${shell} || { echo skipped: there is no ${shell}; exit 77; }; exec ${shell} \"$@\"" sh
+                ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${PROJECT_SOURCE_DIR}/packaging/completions $<TARGET_FILE:ipseccfgctl>)
+    set_tests_properties(programs.completion.${shell} PROPERTIES TIMEOUT 60 SKIP_RETURN_CODE 77)
+endforeach()
