@@ -15,7 +15,7 @@ mkfifo $place/answer
 
 cat >$place/setup <<ZSH
 cd $place/home
-PS1=''
+PS1='' KEYTIMEOUT=1 # ^X may be the beginning of more
 fpath=($completions \$fpath)
 autoload -Uz compinit
 compinit -u -d $place/dump
