@@ -74,8 +74,32 @@ void printJson(const std::string& command, const Outcome& outcome, std::ostream&
         object["rules"] = toJson(*outcome.rules);
     if (outcome.differences)
         object["differences"] = toJson(*outcome.differences);
-    // A file's name may be anything but UTF-8.
-    out << object.dump(JSON_INDENTATION, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+    // In ASCII, so that no text of others does anything to a terminal. A file's name may be anything but UTF-8.
+    out << object.dump(JSON_INDENTATION, ' ', true, ordered_json::error_handler_t::replace) << "\n";
+}
+
+// XML of the same meaning without the characters that a terminal obeys and XML may hold as they are: U+007F to
+// U+009F, of which all but the first are two bytes in UTF-8.
+std::string harmlessXml(const std::string& xml)
+{
+    const auto reference = [](unsigned number) {
+        constexpr char DIGITS[] = "0123456789ABCDEF";
+        return std::string("&#x") + DIGITS[number >> 4U] + DIGITS[number & 0x0FU] + ";";
+    };
+    std::string text;
+    for (std::size_t i = 0; i < xml.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(xml[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < xml.size() ? xml[i + 1] : '\0');
+        if (byte == 0x7F) {
+            text += reference(byte);
+        } else if (byte == 0xC2 && next >= 0x80 && next <= 0x9F) {
+            text += reference(next);
+            ++i;
+        } else {
+            text += xml[i];
+        }
+    }
+    return text;
 }
 
 void printProblems(const Outcome& outcome, const Options& options, std::ostream& err)
@@ -108,11 +132,12 @@ const char* successOf(Command command)
 void printSuccess(const Outcome& outcome, const Options& options, std::ostream& out)
 {
     if (options.command == Command::Show || (options.command == Command::Init && options.policyFile == "-"))
-        out << outcome.detail;
+        out << (options.xml ? harmlessXml(outcome.detail) : outcome.detail);
     else if (options.command == Command::Diff || options.command == Command::Init)
         out << programs::printable(outcome.detail) << "\n";
     else if (options.command == Command::Status)
-        out << outcome.detail << "\n" << viewOf(outcome.rules.value_or(std::vector<RuleStatus>()));
+        out << programs::printable(outcome.detail) << "\n"
+            << viewOf(outcome.rules.value_or(std::vector<RuleStatus>()));
     else if (options.command == Command::Check)
         out << programs::printable(options.policyFile) << ": " << outcome.detail << "\n";
     else
@@ -141,7 +166,7 @@ void printForPeople(const Outcome& outcome, const Options& options, std::ostream
 void report(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err)
 {
     if (options.verbose)
-        (options.json ? err : out) << outcome.response;
+        (options.json ? err : out) << harmlessXml(outcome.response);
     if (options.json)
         printJson(nameOf(options.command), outcome, out);
     else

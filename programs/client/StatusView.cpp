@@ -5,6 +5,8 @@
 #include "Text.h"
 #include "TextTable.h"
 
+#include <algorithm>
+
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
 std::string viewOf(const std::vector<RuleStatus>& rules)
@@ -22,9 +24,10 @@ std::string viewOf(const std::vector<RuleStatus>& rules)
                   std::to_string(rule.tunnel->bytesIn) + "/" + std::to_string(rule.tunnel->bytesOut),
                   std::to_string(rule.tunnel->packetsIn) + "/" + std::to_string(rule.tunnel->packetsOut),
                   std::to_string(rule.tunnel->rekeySeconds) + " s"})
-                row.push_back(programs::printable(text));
+                row.push_back(text);
         while (row.size() < rows.front().size())
             row.push_back(cell(""));
+        std::transform(row.begin(), row.end(), row.begin(), programs::printable);
         rows.push_back(row);
     }
     return aligned(rows);

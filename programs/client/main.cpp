@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "Control.h"
 #include "Report.h"
+#include "Text.h"
 
 #include <exception>
 #include <iostream>
@@ -29,7 +30,8 @@ int main(int argc, char** argv)
     try {
         status = run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "ipseccfgctl: " << error.what() << "\n";
+        std::cerr << "ipseccfgctl: "
+                  << norvale::tamber::systemdata::ipseccfg::programs::printable(error.what()) << "\n";
     }
     // Whoever waits for the answer on a full disk did not get it.
     if (!std::cout.flush()) {

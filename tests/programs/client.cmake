@@ -4,7 +4,7 @@ find_package(nlohmann_json REQUIRED)
 
 ipseccfg_test(client
     SOURCES client_policy.cpp client_policy_problems.cpp client_values.cpp client_view.cpp
-            client_command_line.cpp client_status.cpp client_diff.cpp client_manuals.cpp client_schema.cpp
+            client_command_line.cpp client_status.cpp client_diff.cpp client_manuals.cpp client_schema.cpp client_terminal.cpp
     LIBRARIES ipseccfg_client ipseccfg_vici nlohmann_json::nlohmann_json
     DEFINITIONS SAMPLE_POLICY="${PROJECT_SOURCE_DIR}/programs/client/sample-policy.toml"
                 MANUALS="${PROJECT_BINARY_DIR}/docs/man" SERVER="$<TARGET_FILE:systemdataIPsecCfgServer>"
