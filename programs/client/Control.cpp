@@ -46,12 +46,22 @@ Outcome shutDown(const Options& options)
     });
 }
 
+configserver::Configuration serverConfiguration()
+{
+    try {
+        return configserver::readConfiguration(configserver::configurationFile(),
+                                               configserver::knownEngines());
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error("cannot read the server's configuration: " + std::string(error.what()) +
+                                 "; IPSECCFG_SERVER_CONFIG may name another file");
+    }
+}
+
 // Read from the engine itself: the server takes no part in it.
 Outcome status()
 {
     try {
-        const auto rules = engineStatus(
-            configserver::readConfiguration(configserver::configurationFile(), configserver::knownEngines()));
+        const auto rules = engineStatus(serverConfiguration());
         if (!rules)
             return {Status::Failure, "the engine is not running", {}, {}};
         return {Status::Success, counted(rules->size(), "rule") + " in force", {}, {}, rules};

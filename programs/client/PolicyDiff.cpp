@@ -3,6 +3,7 @@
 #include "PolicyDiff.h"
 
 #include "Association.h"
+#include "Colours.h"
 #include "Masking.h"
 #include "PolicyNames.h"
 #include "PolicyView.h"
@@ -176,9 +177,13 @@ void compare(const Parts& before, const Parts& after, Differences& differences)
 struct ChangeFacts {
     const char* name;
     const char* sign;
+    Colour colour;
 };
 // In the order of Change.
-constexpr ChangeFacts CHANGE_FACTS[] = {{"added", "+"}, {"removed", "-"}, {"changed", "~"}, {"moved", ">"}};
+constexpr ChangeFacts CHANGE_FACTS[] = {{"added", "+", Colour::Green},
+                                        {"removed", "-", Colour::Red},
+                                        {"changed", "~", Colour::Yellow},
+                                        {"moved", ">", Colour::Blue}};
 
 const ChangeFacts& factsOf(Change change)
 {
@@ -207,11 +212,12 @@ Differences differencesBetween(const Policy& before, const Policy& after)
     return differences;
 }
 
-std::string viewOf(const Differences& differences)
+std::string viewOf(const Differences& differences, bool colours)
 {
     std::string text;
     for (const Difference& difference : differences) {
-        text += std::string(factsOf(difference.change).sign) + " " + difference.what + ": ";
+        const ChangeFacts& facts = factsOf(difference.change);
+        text += painted(colours, facts.colour, std::string(facts.sign) + " " + difference.what) + ": ";
         if (difference.before.empty() || difference.after.empty())
             text += difference.before + difference.after + "\n";
         else

@@ -40,9 +40,9 @@ const char* nameOf(Difference::Change change);
 /// the files and the order of the certificates do not count.
 Differences differencesBetween(const Policy& before, const Policy& after);
 
-/// The differences as lines for people, each difference beginning with '+', '-', '~' or '>'; empty if there
-/// are none.
-std::string viewOf(const Differences& differences);
+/// The differences as lines for people, each difference beginning with '+', '-', '~' or '>', in colours if
+/// there are any; empty if there are no differences.
+std::string viewOf(const Differences& differences, bool colours = false);
 
 } // namespace norvale::tamber::systemdata::ipseccfg::client
 

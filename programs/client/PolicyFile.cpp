@@ -16,6 +16,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -217,7 +218,9 @@ PolicyReading readPolicyFile(const std::string& path)
     try {
         text = programs::readFile(path, LARGEST_FILE);
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error("cannot read " + quoted(path) + ": " + error.what());
+        const bool missing = ::access(path.c_str(), F_OK) != 0;
+        throw std::runtime_error("cannot read " + quoted(path) + ": " + error.what() +
+                                 (missing ? "; 'ipseccfgctl init' writes a policy to begin with" : ""));
     }
     PolicyReading reading = readPolicyText(text);
     for (Problem& problem : reading.problems)

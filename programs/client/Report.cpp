@@ -102,18 +102,21 @@ std::string harmlessXml(const std::string& xml)
     return text;
 }
 
-void printProblems(const Outcome& outcome, const Options& options, std::ostream& err)
+void printProblems(const Outcome& outcome, const Options& options, std::ostream& err, bool colours)
 {
     const bool toSend = options.command == Command::Start || options.command == Command::Restart;
     std::map<std::string, std::size_t> counts;
     for (const Problem& problem : outcome.problems) {
         const std::string file = programs::printable(problem.file);
         ++counts[file];
-        err << file << ":" << problem.position.line << ":" << problem.position.column << ": "
-            << (problem.key.empty() ? "" : problem.key + ": ") << problem.message << "\n";
+        err << painted(colours, Colour::Bold,
+                       file + ":" + std::to_string(problem.position.line) + ":" +
+                           std::to_string(problem.position.column) + ":")
+            << " " << (problem.key.empty() ? "" : problem.key + ": ") << problem.message << "\n";
     }
     for (const auto& [file, count] : counts)
-        err << file << ": " << counted(count, "problem") << (toSend ? ", nothing was sent" : "") << "\n";
+        err << file << ": " << painted(colours, Colour::Red, counted(count, "problem"))
+            << (toSend ? ", nothing was sent" : "") << "\n";
 }
 
 // What a success of a command is called.
@@ -145,35 +148,62 @@ void printSuccess(const Outcome& outcome, const Options& options, std::ostream& 
             << programs::printable(outcome.detail) << "\n";
 }
 
-void printForPeople(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err)
+// What to do next about what the server said.
+struct Advice {
+    const char* detail;
+    const char* text;
+};
+constexpr Advice ADVICE[] = {
+    {"the engine is already running", "; 'ipseccfgctl restart POLICY' makes it take over another policy"},
+    {"the engine is not running", "; 'ipseccfgctl start POLICY' starts it"},
+};
+
+std::string adviceFor(const Outcome& outcome, Command command)
+{
+    if (command == Command::Shutdown)
+        return "";
+    for (const Advice& advice : ADVICE)
+        if (outcome.status == Status::Failure && outcome.detail == advice.detail)
+            return advice.text;
+    return "";
+}
+
+std::string errorPrefix(const std::string& command, bool colours)
+{
+    return painted(colours, Colour::Red, "ipseccfgctl:") + " " + (command.empty() ? "" : command + ": ");
+}
+
+void printForPeople(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err,
+                    const Colours& colours)
 {
     if (outcome.status == Status::Success)
         printSuccess(outcome, options, out);
     else if (outcome.differences)
-        out << viewOf(*outcome.differences);
+        out << viewOf(*outcome.differences, colours.out);
     else if (!outcome.problems.empty())
-        printProblems(outcome, options, err);
+        printProblems(outcome, options, err, colours.err);
     else
-        err << "ipseccfgctl: " << nameOf(options.command) << ": "
+        err << errorPrefix(nameOf(options.command), colours.err)
             << (outcome.status == Status::Failure && options.command != Command::Status
                     ? "refused by the server: "
                     : "")
-            << programs::printable(outcome.detail) << "\n";
+            << programs::printable(outcome.detail) << adviceFor(outcome, options.command) << "\n";
 }
 
 } // namespace
 
-void report(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err)
+void report(const Outcome& outcome, const Options& options, std::ostream& out, std::ostream& err,
+            const Colours& colours)
 {
     if (options.verbose)
         (options.json ? err : out) << harmlessXml(outcome.response);
     if (options.json)
         printJson(nameOf(options.command), outcome, out);
     else
-        printForPeople(outcome, options, out, err);
+        printForPeople(outcome, options, out, err, colours);
 }
 
-Status report(const CommandLine& line, std::ostream& out, std::ostream& err)
+Status report(const CommandLine& line, std::ostream& out, std::ostream& err, const Colours& colours)
 {
     if (!line.isError) {
         out << line.text;
@@ -182,7 +212,8 @@ Status report(const CommandLine& line, std::ostream& out, std::ostream& err)
     if (line.json)
         printJson(line.command, {Status::Invalid, line.text, {}, {}}, out);
     else
-        err << "ipseccfgctl: " << line.text << "\nTry 'ipseccfgctl --help'.\n";
+        err << errorPrefix(line.command, colours.err) << line.text << "\nTry 'ipseccfgctl "
+            << (line.command.empty() ? "" : line.command + " ") << "--help'.\n";
     return Status::Invalid;
 }
 

@@ -16,9 +16,9 @@ Status run(int argc, const char* const* argv)
 {
     const CommandLine line = readCommandLine(argc, argv);
     if (!line.options)
-        return report(line, std::cout, std::cerr);
+        return report(line, std::cout, std::cerr, coloursOfTerminal());
     const Outcome outcome = perform(*line.options);
-    report(outcome, *line.options, std::cout, std::cerr);
+    report(outcome, *line.options, std::cout, std::cerr, coloursOfTerminal());
     return outcome.status;
 }
 

@@ -178,6 +178,20 @@ TEST(Report, TellsWhyTheServerRefused)
     EXPECT_EQ("ipseccfgctl: start: refused by the server: already running\n", text.err);
 }
 
+TEST(Report, TellsWhatToDoNext)
+{
+    EXPECT_EQ(
+        "ipseccfgctl: start: refused by the server: the engine is already running; 'ipseccfgctl restart "
+        "POLICY' makes it take over another policy\n",
+        printed({Status::Failure, "the engine is already running", {}, {}}, {"start", "p"}).err);
+    EXPECT_EQ(
+        "ipseccfgctl: restart: refused by the server: the engine is not running; 'ipseccfgctl start POLICY' "
+        "starts it\n",
+        printed({Status::Failure, "the engine is not running", {}, {}}, {"restart", "p"}).err);
+    EXPECT_EQ("ipseccfgctl: shutdown: refused by the server: the engine is not running\n",
+              printed({Status::Failure, "the engine is not running", {}, {}}, {"shutdown"}).err);
+}
+
 TEST(Report, LetsNoControlCharacterOfTheServerThrough)
 {
     EXPECT_EQ("started: a?[2Jb\n", printed({Status::Success, "a\x1b[2Jb", {}, {}}, {"start", "p"}).out);

@@ -275,7 +275,8 @@ std::string readingError(const std::string& path)
 
 TEST(PolicyFile, ThatIsNotThereIsNamed)
 {
-    EXPECT_EQ("cannot read '/nonexistent/policy.toml': No such file or directory",
+    EXPECT_EQ("cannot read '/nonexistent/policy.toml': No such file or directory; 'ipseccfgctl init' writes "
+              "a policy to begin with",
               readingError("/nonexistent/policy.toml"));
 }
 

@@ -355,7 +355,8 @@ TEST_F(Check, NamesAFileThatCannotBeRead)
 {
     const Ended check = run({"check", "/nonexistent/policy.toml"});
     EXPECT_EQ(2, check.exitCode);
-    EXPECT_EQ("ipseccfgctl: check: cannot read '/nonexistent/policy.toml': No such file or directory\n",
+    EXPECT_EQ("ipseccfgctl: check: cannot read '/nonexistent/policy.toml': No such file or directory; "
+              "'ipseccfgctl init' writes a policy to begin with\n",
               check.err);
     EXPECT_EQ("ipseccfgctl: check: cannot read '/': Is a directory\n", run({"check", "/"}).err);
 }
@@ -503,7 +504,7 @@ TEST_F(Program, EndsWith2AndAHintIfItIsCalledWrongly)
     const Ended wrong = run({"start"});
     EXPECT_EQ(2, wrong.exitCode);
     EXPECT_EQ("", wrong.out);
-    EXPECT_EQ("ipseccfgctl: POLICY is required\nTry 'ipseccfgctl --help'.\n", wrong.err);
+    EXPECT_EQ("ipseccfgctl: start: POLICY is required\nTry 'ipseccfgctl start --help'.\n", wrong.err);
 }
 
 TEST_F(Program, SaysIfItsOutputIsLost)
@@ -586,6 +587,67 @@ TEST_F(Terminal, ShowsNoElapsedTimeForAnAnswerThatComesAtOnce)
     readUntil("");
     EXPECT_EQ(0, waitFor(program_));
     EXPECT_EQ("started: fine\r\n", shown_);
+}
+
+// The environment as a user's terminal has it.
+class Colours : public Terminal {
+protected:
+    void SetUp() override
+    {
+        Terminal::SetUp();
+        ::setenv("TERM", "xterm", 1);
+        ::unsetenv("NO_COLOR");
+    }
+
+    std::string shownBy(const std::vector<std::string>& arguments)
+    {
+        shown_.clear();
+        begin(arguments);
+        readUntil("");
+        waitFor(program_);
+        ::close(terminal_);
+        terminal_ = -1;
+        return shown_;
+    }
+
+    std::string newPolicy_ = folder_.write("new.toml", tests::ENGINE + "fips = true\n");
+    std::string oldPolicy_ = folder_.write("old.toml", tests::ENGINE);
+    std::string badPolicy_ = folder_.write("bad.toml", "[engine]\nsetting-file = 5\n");
+};
+
+TEST_F(Colours, AreShownOnATerminal)
+{
+    EXPECT_EQ("\x1b[33m~ engine, fips\x1b[0m: false\r\n  now true\r\n",
+              shownBy({"diff", oldPolicy_, newPolicy_}));
+    EXPECT_EQ("\x1b[31mipseccfgctl:\x1b[0m diff: NEW is required\r\nTry 'ipseccfgctl diff --help'.\r\n",
+              shownBy({"diff", oldPolicy_}));
+    EXPECT_EQ("\x1b[1m" + badPolicy_ +
+                  ":2:16:\x1b[0m engine.setting-file: must be an absolute path, not the integer 5\r\n" +
+                  badPolicy_ + ": \x1b[31m1 problem\x1b[0m\r\n",
+              shownBy({"check", badPolicy_}));
+}
+
+TEST_F(Colours, AreNotShownToWhoDoesNotWantOrHaveThem)
+{
+    const std::string plain = "~ engine, fips: false\r\n  now true\r\n";
+    ::setenv("NO_COLOR", "1", 1);
+    EXPECT_EQ(plain, shownBy({"diff", oldPolicy_, newPolicy_}));
+    ::unsetenv("NO_COLOR");
+    for (const char* const terminal : {"dumb", ""}) {
+        ::setenv("TERM", terminal, 1);
+        EXPECT_EQ(plain, shownBy({"diff", oldPolicy_, newPolicy_}));
+    }
+}
+
+TEST_F(Colours, AreNotWrittenToFiles)
+{
+    EXPECT_EQ("~ engine, fips: false\n  now true\n", run({"diff", oldPolicy_, newPolicy_}).out);
+    EXPECT_EQ(std::string::npos, run({"check", badPolicy_}).err.find('\x1b'));
+}
+
+TEST_F(Colours, AreNoPartOfJson)
+{
+    EXPECT_EQ(std::string::npos, shownBy({"diff", "--json", oldPolicy_, newPolicy_}).find('\x1b'));
 }
 
 // Whether a process is gone; one that nobody has waited for yet is.
