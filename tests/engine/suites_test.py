@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """Every suite of algorithms that a policy can ask for, in both phases, each with packets through it (see hosts.py).
 
-Run by uml_run:  suites_test.py CLIENT SERVER ENGINE IKE-VERSION RESULTS
-RESULTS, below the folder that stays, is what suites_table.py makes a table of. The exit status is 0 only if every suite
-was negotiated as asked for and carried packets.
+Run by uml_run:  suites_test.py CLIENT SERVER ENGINE IKE-VERSION RESULTS [continue]
+RESULTS, below the folder that stays, is what suites_table.py makes a table of. It is written after each attempt; with
+"continue" the suites that it says were good are not tried again, for a run that was killed. The exit status is 0 only if
+every suite was negotiated as asked for and carried packets, or was refused as it should be.
 """
 
 import itertools
 import json
+import os
 import sys
 
 import hosts
@@ -19,11 +21,18 @@ CIPHERS = [("AES", 128), ("AES", 192), ("AES", 256), ("3DES", None)]
 GCM = [("AES-GCM", 128), ("AES-GCM", 192), ("AES-GCM", 256)]
 
 
-def phase1_suites(version):
-    suites = [(*cipher, hash_, group) for cipher, hash_, group in itertools.product(CIPHERS, HASHES, GROUPS)]
-    if version == 2:
-        suites += [(*cipher, hash_, group) for cipher, hash_, group in itertools.product(GCM, [*HASHES, "AES-GCM"], GROUPS)]
-    return suites
+# What is not possible, and what the server says to it.
+GCM_REFUSAL = ("phase 1, proposal 1, transform 1: enc-algo: AES-GCM is not possible in phase 1 of IKE version 1, "
+               "only AES, 3DES")
+
+
+def phase1_suites():
+    return ([(*cipher, hash_, group) for cipher, hash_, group in itertools.product(CIPHERS, HASHES, GROUPS)] +
+            [(*cipher, hash_, group) for cipher, hash_, group in itertools.product(GCM, [*HASHES, "AES-GCM"], GROUPS)])
+
+
+def refused(version, phase1):
+    return version == 1 and phase1[0] == "AES-GCM"
 
 
 def phase2_suites():
@@ -59,6 +68,15 @@ class Run:
         self.left.configure(f"ike-version = {version}")
         self.begin = self.left.start
 
+    def attempt_refused(self, phase1, phase2):
+        """What was wrong: the server must refuse the suite by name and leave the engine as it was."""
+        self.left.write([use()], (*phase1, 3600), (*phase2, 1800))
+        pid = self.left.engine_pid()
+        status, detail = self.left.ask("restart" if pid else "start", self.left.policy)
+        if status != "failure" or not detail.endswith(GCM_REFUSAL):
+            return f"{status}: {detail}"
+        return "" if self.left.engine_pid() == pid else "the engine is not as it was"
+
     def attempt(self, phase1, phase2):
         """The packets that were counted on both sides, and what was wrong."""
         self.left.write([use()], (*phase1, 3600), (*phase2, 1800))
@@ -84,23 +102,47 @@ class Run:
         return packets, json.dumps(wrong) if wrong else ""
 
 
-def main():
-    *programs, version, results = sys.argv[1:]
-    run = Run(programs, int(version))
-    first, second = phase1_suites(run.version), phase2_suites()
-    rows, failures = [], 0
-    # Each attempt shows a suite of either phase; the shorter list begins again.
-    for number in range(max(len(first), len(second))):
-        suites = first[number % len(first)], second[number % len(second)]
-        packets, wrong = run.attempt(*suites)
-        failures += 1 if wrong else 0
-        print(f"{number + 1}: {suites}: {wrong or 'ok'}", flush=True)
-        for phase, suite, count in ((1, suites[0], len(first)), (2, suites[1], len(second))):
-            if number < count:
-                rows.append({"ike": run.version, "phase": phase, "suite": suite, "packets": packets, "wrong": wrong})
-    with open("/run/folder/" + results, "w") as file:
+def read_rows(path):
+    if not os.path.exists(path):
+        return []
+    with open(path) as file:
+        return json.load(file)
+
+
+def write_rows(path, rows):
+    # Whenever the run is killed, one whole file lies there.
+    with open(path + ".new", "w") as file:
         json.dump(rows, file)
-    print(f"{len(first)} suites of phase 1, {len(second)} of phase 2, {failures} failures")
+    os.replace(path + ".new", path)
+
+
+def main():
+    *programs, version, results = sys.argv[1:6]
+    version, results = int(version), "/run/folder/" + results
+    rows = [row for row in read_rows(results) if not row["wrong"]] if sys.argv[6:] == ["continue"] else []
+    done = {(row["phase"], *row["suite"]) for row in rows}
+
+    def add(phase, suite, **outcome):
+        rows.append({"ike": version, "phase": phase, "suite": suite, **outcome})
+        print(f"IKEv{version}, phase {phase}, {suite}: {outcome}", flush=True)
+
+    open_suites = [suite for suite in phase1_suites() if (1, *suite) not in done]
+    first = [suite for suite in open_suites if not refused(version, suite)]
+    second = [suite for suite in phase2_suites() if (2, *suite) not in done]
+    run = Run(programs, version)
+    # Each attempt shows a suite of either phase; where one list has come to its end, its phase goes on with any suite.
+    for one, two in itertools.zip_longest(first, second):
+        packets, wrong = run.attempt(one or phase1_suites()[0], two or phase2_suites()[0])
+        for phase, suite in ((1, one), (2, two)):
+            if suite:
+                add(phase, suite, packets=packets, wrong=wrong)
+        write_rows(results, rows)
+    for suite in open_suites:
+        if refused(version, suite):
+            add(1, suite, refused=True, wrong=run.attempt_refused(suite, phase2_suites()[0]))
+            write_rows(results, rows)
+    failures = sum(1 for row in rows if row["wrong"])
+    print(f"{len(rows)} suites, {failures} failures")
     return 1 if failures else 0
 
 
