@@ -17,6 +17,7 @@ from hosts import eventually, ping, states, use, Left, Right
 
 GROUPS = {14: "MODP_2048", 24: "MODP_2048_256", 19: "ECP_256", 20: "ECP_384"}
 HASHES = {"SHA1": "SHA1_96", "SHA256": "SHA2_256_128", "SHA384": "SHA2_384_192", "SHA512": "SHA2_512_256"}
+PSEUDORANDOMS = {"SHA1": "SHA1", "SHA256": "SHA2_256", "SHA384": "SHA2_384", "SHA512": "SHA2_512"}
 CIPHERS = [("AES", 128), ("AES", 192), ("AES", 256), ("3DES", None)]
 GCM = [("AES-GCM", 128), ("AES-GCM", 192), ("AES-GCM", 256)]
 
@@ -41,7 +42,7 @@ def phase2_suites():
             [(*cipher, "AES-GCM", group) for cipher, group in itertools.product(GCM, groups)])
 
 
-def expected(suite):
+def expected(phase, suite):
     """What the other host calls it."""
     cipher, length, hash_, group = suite
     names = {"encr-alg": {"AES": "AES_CBC", "3DES": "3DES_CBC", "AES-GCM": "AES_GCM_16"}[cipher]}
@@ -49,13 +50,16 @@ def expected(suite):
         names["encr-keysize"] = str(length)
     if cipher != "AES-GCM":
         names["integ-alg"] = "HMAC_" + HASHES[hash_]
+    if phase == 1 and hash_ in PSEUDORANDOMS:
+        names["prf-alg"] = "PRF_HMAC_" + PSEUDORANDOMS[hash_]
     if group:
         names["dh-group"] = GROUPS[group]
     return names
 
 
-def differs(association, suite):
-    return {name: association.get(name) for name, value in expected(suite).items() if association.get(name) != value}
+def differs(association, phase, suite):
+    wanted = expected(phase, suite).items()
+    return {name: association.get(name) for name, value in wanted if association.get(name) != value}
 
 
 class Run:
@@ -96,7 +100,7 @@ class Run:
         after = states("left")
         packets = sum(after.values()) - sum(before.get(spi, 0) for spi in after)
         ike, child = self.right.association()
-        wrong = {**differs(ike, phase1), **differs(child, phase2)}
+        wrong = {**differs(ike, 1, phase1), **differs(child, 2, phase2)}
         if answered != 3 or packets != 6:
             wrong["answered"], wrong["packets"] = answered, packets
         return packets, json.dumps(wrong) if wrong else ""
