@@ -9,7 +9,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -70,19 +73,30 @@ TunnelStatus tunnelOf(const Element& ike, const Element& child)
 // What is known of the connection and the child of a rule.
 struct Findings {
     std::optional<TunnelStatus> tunnel;
-    std::string negotiation; // with whom there is one going on
+    std::string trouble; // why there is none
 };
 
+std::string negotiationOf(const Element& ike)
+{
+    // The other end adds its part with its first answer.
+    const bool answered = ike.value("responder-spi").find_first_not_of('0') != std::string::npos;
+    return answered ? "the negotiation with " + ike.value("remote-host") + " has not come to an end"
+                    : ike.value("remote-host") + " has not answered yet";
+}
+
 Findings search(const std::vector<Element>& associations, const std::string& connection,
-                const std::string& child)
+                const std::string& child, const Troubles& troubles)
 {
     Findings findings;
+    const auto trouble = troubles.find(connection);
+    if (trouble != troubles.end())
+        findings.trouble = "the last negotiation failed: " + trouble->second;
     for (const Element& event : associations)
         for (const Element& ike : event.elements()) {
             if (ike.name() != connection)
                 continue;
             if (ike.value("state") == "CONNECTING")
-                findings.negotiation = ike.value("remote-host");
+                findings.trouble = negotiationOf(ike);
             for (const Element& sa : ike.section("child-sas").elements())
                 // Of an old pair of keys and its renewal the one that was made last counts.
                 if (sa.value("name") == child && sa.value("state") == "INSTALLED")
@@ -108,9 +122,9 @@ void judge(RuleStatus& rule, const Findings& findings, bool installed)
     } else if (!installed) {
         rule.state = "down";
         rule.reason = "the kernel has no policy for it";
-    } else if (!findings.negotiation.empty()) {
+    } else if (!findings.trouble.empty()) {
         rule.state = "down";
-        rule.reason = "the negotiation with " + findings.negotiation + " has not come to an end";
+        rule.reason = programs::printable(findings.trouble);
     } else {
         rule.state = rule.action == "use" ? "trapped" : "in force";
     }
@@ -118,9 +132,21 @@ void judge(RuleStatus& rule, const Findings& findings, bool installed)
 
 } // namespace
 
+Troubles troublesOf(const std::string& content)
+{
+    Troubles troubles;
+    std::istringstream lines(content);
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t blank = line.find(' ');
+        if (blank != std::string::npos)
+            troubles[line.substr(0, blank)] = line.substr(blank + 1);
+    }
+    return troubles;
+}
+
 std::vector<RuleStatus> statusOf(const std::vector<Element>& connections,
                                  const std::vector<Element>& policies,
-                                 const std::vector<Element>& associations)
+                                 const std::vector<Element>& associations, const Troubles& troubles)
 {
     const std::set<std::string> installed = installedIn(policies);
     std::vector<RuleStatus> rules;
@@ -134,7 +160,7 @@ std::vector<RuleStatus> statusOf(const std::vector<Element>& connections,
                 rule.source = programs::joined(child.items("local-ts"));
                 rule.destination = programs::joined(child.items("remote-ts"));
                 rule.priority = static_cast<int>(number(child, "priority")) - FIRST_PRIORITY;
-                judge(rule, search(associations, connection.name(), child.name()),
+                judge(rule, search(associations, connection.name(), child.name(), troubles),
                       installed.count(child.name()) != 0);
                 rules.push_back(rule);
             }
@@ -150,12 +176,16 @@ std::optional<std::vector<RuleStatus>> engineStatus(const configserver::Configur
         throw std::runtime_error("the engine " + configuration.engine + " has no tunnels to speak of");
     if (!configserver::EngineProcess(configuration.pidFile, configuration.serviceCommand).find())
         return std::nullopt;
-    vici::Connection engine(configuration.settingDirectory + "/.strongswan/vici", EXCHANGE_TIME);
+    const std::string folder = configuration.settingDirectory + "/.strongswan";
+    vici::Connection engine(folder + "/vici", EXCHANGE_TIME);
     Element kinds;
     kinds.add("trap", "yes").add("drop", "yes").add("pass", "yes");
     const auto connections = engine.stream("list-conns", "list-conn");
     const auto policies = engine.stream("list-policies", "list-policy", kinds);
-    return statusOf(connections, policies, engine.stream("list-sas", "list-sa"));
+    const auto associations = engine.stream("list-sas", "list-sa");
+    std::ifstream file(folder + "/troubles", std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return statusOf(connections, policies, associations, troublesOf(content));
 }
 
 } // namespace norvale::tamber::systemdata::ipseccfg::client

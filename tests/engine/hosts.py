@@ -235,10 +235,10 @@ class Left:
         os.makedirs(self.folder + "/run", mode=0o700, exist_ok=True)
         self.host = ["ip", "netns", "exec", "left"]
 
-    def configure(self, strongswan="", modules=""):
+    def configure(self, strongswan="", modules="", option=""):
         with open(self.folder + "/server.toml", "w") as file:
             file.write(f'engine = "strongswan"\nsetting-directory = "{self.folder}/run"\n[service]\n'
-                       f'command = "{self.engine}"\npid-file = "{self.pid_file}"\nstop-signal = "TERM"\n'
+                       f'command = "{self.engine}"\noption = "{option}"\npid-file = "{self.pid_file}"\nstop-signal = "TERM"\n'
                        f'reconfigure-signal = "HUP"\n[modules]\nretry = 1\ninterval-us = 0\n{modules}\n'
                        f'[strongswan]\n{strongswan}\n')
 

@@ -138,6 +138,42 @@ class Protection(Hosts):
                 self.assertEqual(0, ping("left", address))
             self.assertEqual([], [line for line in wire.lines if address in line and "ARP" not in line])
 
+    def rule_states(self):
+        return [(rule["destination"], rule["state"], rule["reason"]) for rule in self.left.status()["rules"]]
+
+    def test_status_says_why_a_rule_is_down(self):
+        # As ever, but for an engine that does not wait minutes for an answer.
+        impatient = hosts.WORK + "/impatient"
+        with open(impatient, "w") as file:
+            file.write("#!/bin/sh\nsed -i 's/^charon-systemd {/&\\nretransmit_tries = 1\\nretransmit_timeout = 1.5/' "
+                       '"$STRONGSWAN_CONF"\nexec /usr/sbin/charon-systemd\n')
+        os.chmod(impatient, 0o700)
+        self.left.configure(option="--charon " + impatient)
+        rules = [use(), use(destination="10.0.0.3", priority=11), use(destination="10.0.0.77", priority=12)]
+        self.left.write(rules)
+        self.left.start()
+        self.assertEqual({("trapped", "")}, {state[1:] for state in self.rule_states()})
+        self.assert_protected()
+        for rule in rules[1:]:
+            self.assertEqual(0, ping("left", rule["destination"], 1))
+        refused = ("10.0.0.3/32", "down", "the last negotiation failed: received NO_PROPOSAL_CHOSEN notify error")
+        self.assertEqual([("10.0.0.2/32", "up", ""), refused,
+                          ("10.0.0.77/32", "down", "10.0.0.77 has not answered yet")], self.rule_states())
+        silent = ("10.0.0.77/32", "down", "the last negotiation failed: establishing IKE_SA failed, peer not responding")
+        self.assertTrue(eventually(lambda: silent in self.rule_states()), self.rule_states())
+        self.assertEqual([("10.0.0.2/32", "up", ""), refused, silent], self.rule_states())
+        # With other settings nothing has failed yet.
+        self.left.write(rules, authentication='authentication = "PSK"\npsk = "another key"\n')
+        self.left.restart()
+        self.assertEqual({("trapped", "")}, {state[1:] for state in self.rule_states()})
+        self.assertEqual(0, ping("left", "10.0.0.2", 1))
+        self.assertEqual(("10.0.0.2/32", "down", "the last negotiation failed: received AUTHENTICATION_FAILED notify error"),
+                         self.rule_states()[0])
+        self.left.write(rules)
+        self.left.restart()
+        self.assert_protected()
+        self.assertEqual(("10.0.0.2/32", "up", ""), self.rule_states()[0])
+
     def make_certificates(self):
         """root -> internal -> left, right, each with an address and an email address."""
         folder = hosts.WORK + "/pki"

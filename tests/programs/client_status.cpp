@@ -50,7 +50,10 @@ std::string child(const std::string& key, const std::string& priority)
 
 class ClientStatus : public ::testing::Test {
 protected:
-    std::vector<RuleStatus> status() const { return statusOf(connections, policies, associations); }
+    std::vector<RuleStatus> status() const
+    {
+        return statusOf(connections, policies, associations, troublesOf(troubles));
+    }
 
     std::vector<Element> connections = {
         Element::decode(section("protect-1", section("children", child("use-1", "12")))),
@@ -61,6 +64,7 @@ protected:
                                      Element::decode(section("b", value("child", "bypass-1"))),
                                      Element::decode(section("c", value("child", "discard-1")))};
     std::vector<Element> associations;
+    std::string troubles;
 };
 
 TEST_F(ClientStatus, NamesEachRuleByPriority)
@@ -106,16 +110,62 @@ TEST_F(ClientStatus, CountsWithSixtyFourBits)
         << viewOf(rules);
 }
 
-TEST_F(ClientStatus, SaysWhyARuleIsDown)
+TEST_F(ClientStatus, SaysThatThePeerHasNotAnswered)
 {
-    associations = {Element::decode(
-        section("protect-1", value("state", "CONNECTING") + value("remote-host", "10.0.0.2")))};
-    policies.pop_back();
+    associations = {
+        Element::decode(section("protect-1", value("state", "CONNECTING") + value("remote-host", "10.0.0.2") +
+                                                 value("responder-spi", "0000000000000000")))};
+    EXPECT_EQ("down", status()[1].state);
+    EXPECT_EQ("10.0.0.2 has not answered yet", status()[1].reason);
+}
+
+TEST_F(ClientStatus, SaysThatTheNegotiationGoesOn)
+{
+    associations = {
+        Element::decode(section("protect-1", value("state", "CONNECTING") + value("remote-host", "10.0.0.2") +
+                                                 value("responder-spi", "000000000000000a")))};
+    troubles = "protect-1 of an earlier one\n";
+    EXPECT_EQ("down", status()[1].state);
+    EXPECT_EQ("the negotiation with 10.0.0.2 has not come to an end", status()[1].reason);
+}
+
+TEST_F(ClientStatus, SaysHowTheLastNegotiationFailed)
+{
+    troubles =
+        "protect-10 of another one\nprotect-1 establishing IKE_SA failed, peer not responding\nnothing\n";
+    EXPECT_EQ("down", status()[1].state);
+    EXPECT_EQ("the last negotiation failed: establishing IKE_SA failed, peer not responding",
+              status()[1].reason);
+    EXPECT_EQ("in force", status()[0].state);
+    EXPECT_NE(
+        std::string::npos,
+        viewOf(status()).find("down: the last negotiation failed: establishing IKE_SA failed, peer not"));
+    troubles = "protect-1 a\x01"
+               "b\xff\n";
+    EXPECT_EQ("the last negotiation failed: a?b?", status()[1].reason);
+}
+
+TEST_F(ClientStatus, SaysThatTheKernelHasNoPolicyForARule)
+{
+    troubles = "protect-1 anything\n";
+    policies = {policies[1]};
     const auto rules = status();
-    EXPECT_EQ("down", rules[1].state);
-    EXPECT_EQ("the negotiation with 10.0.0.2 has not come to an end", rules[1].reason);
-    EXPECT_EQ("down", rules[2].state);
-    EXPECT_EQ("the kernel has no policy for it", rules[2].reason);
+    EXPECT_EQ("in force", rules[0].state);
+    for (const std::size_t number : {1U, 2U}) {
+        EXPECT_EQ("down", rules[number].state);
+        EXPECT_EQ("the kernel has no policy for it", rules[number].reason);
+    }
+}
+
+TEST_F(ClientStatus, IsUpWithATunnelWhateverAnotherNegotiationComesTo)
+{
+    const std::string children =
+        section("child-sas", section("use-1-7", value("name", "use-1") + value("state", "INSTALLED")));
+    associations = {Element::decode(section("protect-1", value("state", "ESTABLISHED") + children) +
+                                    section("protect-1", value("state", "CONNECTING")))};
+    troubles = "protect-1 anything\n";
+    EXPECT_EQ("up", status()[1].state);
+    EXPECT_EQ("", status()[1].reason);
 }
 
 TEST_F(ClientStatus, IsThatOfAnEngineThatCanBeAsked)

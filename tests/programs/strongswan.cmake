@@ -6,7 +6,7 @@ target_include_directories(strongswan_support PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}
 target_link_libraries(strongswan_support PUBLIC ipseccfg_server ipseccfg_vici server_support PRIVATE ipseccfg_build)
 
 ipseccfg_test(strongswan_engine
-    SOURCES strongswan_settings.cpp strongswan_readback.cpp
+    SOURCES strongswan_settings.cpp strongswan_readback.cpp strongswan_troubles.cpp
     LIBRARIES ipseccfg_strongswan strongswan_support)
 
 # Each test has a network and a ready file of its own.

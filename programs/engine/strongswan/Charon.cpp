@@ -43,7 +43,7 @@ constexpr const char* CREDENTIAL_FOLDERS[] = {"x509",    "x509ca", "x509ocsp", "
                                               "x509crl", "pubkey", "rsa",      "ecdsa",  "bliss",
                                               "pkcs8",   "pkcs12", "private",  "conf.d"};
 
-std::string configuration(const std::string& socket)
+std::string configuration(const std::string& socket, const std::string& log)
 {
     const std::string vici = "unix://" + socket;
     return "charon-systemd {\n"
@@ -55,6 +55,11 @@ std::string configuration(const std::string& socket)
            "    plugins {\n        vici {\n            socket = \"" +
            vici +
            "\"\n        }\n    }\n"
+           "    filelog {\n        troubles {\n            path = \"" +
+           log +
+           "\"\n            default = 1\n            enc = 0\n            net = 0\n            ike_name = "
+           "yes\n"
+           "            flush_line = yes\n        }\n    }\n"
            "    syslog {\n        identifier = ipseccfg-charon\n        daemon {\n            default = 1\n  "
            "      }\n"
            "    }\n}\n"
@@ -158,6 +163,7 @@ void Charon::start(const std::string& nameSpace)
     removeLeftovers_();
     try {
         makeFolder_();
+        troubles_ = std::make_unique<Troubles>(log_(), places_.folder + "/troubles");
         pid_ = startProgram(program_({places_.charon}), entered.descriptor(), places_.folder + "/errors");
         nameSpace_ = nameSpace;
         waitUntilItListens_();
@@ -170,6 +176,7 @@ void Charon::start(const std::string& nameSpace)
 void Charon::load(const Settings& settings)
 {
     place_(settings);
+    troubles_->forget();
     const Ending ending =
         runProgram(program_({places_.swanctl, "--load-all", "--clear", "--noprompt"}), LOAD_TIME);
     if (!ending.inTime)
@@ -226,6 +233,7 @@ void Charon::stop()
         }
         pid_ = -1;
     }
+    troubles_.reset();
     std::error_code ignored;
     fs::remove_all(places_.folder, ignored);
 }
@@ -262,7 +270,7 @@ void Charon::makeFolder_() const
         throw std::runtime_error(places_.folder + ": " + std::generic_category().message(errno));
     for (const char* const name : CREDENTIAL_FOLDERS)
         fs::create_directory(places_.folder + "/" + name);
-    writeFile(places_.folder + "/strongswan.conf", configuration(socket_()));
+    writeFile(places_.folder + "/strongswan.conf", configuration(socket_(), log_()));
 }
 
 // A socket alone proves nothing: somebody has to answer.

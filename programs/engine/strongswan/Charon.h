@@ -6,8 +6,10 @@
 
 #include "Settings.h"
 #include "Subprocess.h"
+#include "Troubles.h"
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <sys/types.h>
 
@@ -24,6 +26,8 @@ struct Places {
     ///     private/          links to private keys
     ///     vici              the daemon's control socket
     ///     errors            what the daemon says before it can use the system's log
+    ///     log               what it says then, for Troubles
+    ///     troubles          what Troubles keeps of it
     std::string folder;
 };
 
@@ -71,11 +75,13 @@ private:
     void place_(const Settings& settings) const;
     void checkPolicies_() const;
     std::string socket_() const { return places_.folder + "/vici"; }
+    std::string log_() const { return places_.folder + "/log"; }
     Program program_(const std::vector<std::string>& words) const;
 
     Places places_;
     std::string nameSpace_;
     pid_t pid_ = -1;
+    std::unique_ptr<Troubles> troubles_;
 };
 
 } // namespace norvale::tamber::systemdata::ipseccfg::strongswan
