@@ -170,23 +170,40 @@ TEST_F(StandaloneProcess, ReadsItsSettingsAgainAndAnnouncesAgain)
     }
 }
 
-TEST_F(StandaloneProcess, KeepsItsSettingsWhenNewOnesAreBrokenAndDoesNotAnnounce)
+// Who gave a reason file looks there first, and need not wait any longer.
+TEST_F(StandaloneProcess, KeepsItsSettingsWhenNewOnesAreBrokenAndIsReadyWithTheReasonGiven)
 {
     ASSERT_EQ(0, start());
     ASSERT_TRUE(fs::remove(readyFile));
     tests::writeFile(settingFile, "{}");
     kill(enginePid(), SIGHUP);
-    EXPECT_TRUE(tests::eventually([this] { return tests::exists(reasonFile); }));
+    EXPECT_TRUE(tests::eventually([this] { return ready(); }));
+    EXPECT_EQ(settingFile + ": format: is missing\n", tests::readFile(reasonFile));
     EXPECT_NE(std::string::npos,
               log().find("3: settings refused, the old ones stay: " + settingFile + ": format: is missing\n"))
         << log();
     EXPECT_TRUE(tests::lives(enginePid()));
-    EXPECT_FALSE(ready());
+    ASSERT_TRUE(fs::remove(readyFile));
     // It obeys the next signal as before, and what it said is no longer true then.
     tests::writeFile(settingFile, SETTINGS);
     kill(enginePid(), SIGHUP);
     EXPECT_TRUE(tests::eventually([this] { return ready(); }));
     EXPECT_FALSE(tests::exists(reasonFile));
+}
+
+TEST_F(StandaloneProcess, IsNotReadyWithBrokenSettingsIfNobodyCouldSayWhy)
+{
+    ASSERT_EQ(0, start());
+    ASSERT_TRUE(fs::remove(readyFile));
+    fs::create_directory(reasonFile);
+    tests::writeFile(settingFile, "{}");
+    kill(enginePid(), SIGHUP);
+    EXPECT_TRUE(tests::eventually([this] { return log().find("settings refused") != std::string::npos; }));
+    // It obeys one signal after the other, so by its end all is done that was due before.
+    const pid_t pid = enginePid();
+    kill(pid, SIGTERM);
+    EXPECT_TRUE(tests::eventually([&] { return !tests::lives(pid); }));
+    EXPECT_FALSE(ready());
 }
 
 TEST_F(StandaloneProcess, TellsTheLogNoKey)

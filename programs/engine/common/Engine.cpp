@@ -39,17 +39,21 @@ bool stops(int signal)
     return false;
 }
 
-// The log has the reason in any case; without a file for it nothing more is lost.
-void leaveReason(const std::string& file, const std::string& reason)
+// The log has the reason in any case; without a file for it nothing more is lost. Whether there is one.
+bool leaveReason(const std::string& file, const std::string& reason)
 {
+    if (file.empty())
+        return false;
     const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, PRIVATE);
     if (fd < 0)
-        return;
+        return false;
     const std::string line = reason + "\n";
-    if (write(fd, line.data(), line.size()) < 0)
+    const bool written = write(fd, line.data(), line.size()) > 0;
+    if (!written)
         syslog(LOG_WARNING, "%s: %s", file.c_str(),
                std::strerror(errno)); // NOLINT(concurrency-mt-unsafe): one thread
     close(fd);
+    return written;
 }
 
 } // namespace
@@ -66,11 +70,10 @@ void Engine::load()
     syslog(LOG_INFO, "settings accepted: %s", summary.c_str());
 }
 
-void Engine::explain(const std::string& failure, const std::string& reason) const
+bool Engine::explain(const std::string& failure, const std::string& reason) const
 {
     syslog(LOG_ERR, "%s: %s", failure.c_str(), reason.c_str());
-    if (!files_.reason.empty())
-        leaveReason(files_.reason, reason);
+    return leaveReason(files_.reason, reason);
 }
 
 void Engine::announce()
@@ -107,8 +110,9 @@ void Engine::reload_()
     try {
         load();
     } catch (const std::exception& refusal) {
-        explain("settings refused, the old ones stay", refusal.what());
-        return;
+        // Who is told why need not wait any longer; nobody else must take a ready file for a success.
+        if (!explain("settings refused, the old ones stay", refusal.what()))
+            return;
     }
     announce();
 }

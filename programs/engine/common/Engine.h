@@ -31,14 +31,16 @@ public:
     void load();
 
     /// Gives the reason of a failure: to the log, after what failed, and as one line to the reason file.
-    void explain(const std::string& failure, const std::string& reason) const;
+    /// @return whether it stands in that file
+    bool explain(const std::string& failure, const std::string& reason) const;
 
     /// Makes the ready file (mode 0600). One that is there already is left alone: nobody has taken notice of
     /// it yet.
     void announce();
 
-    /// Obeys signals until one says stop: HUP, USR1 and USR2 load the settings and announce again, or explain
-    /// why they are refused; TERM, INT and QUIT stop.
+    /// Obeys signals until one says stop: HUP, USR1 and USR2 load the settings and announce again; TERM, INT and QUIT
+    /// stop. Settings that are refused are explained. Then too the engine is ready, with the settings it had, and
+    /// announces it, but only if the reason file holds the reason: who gave such a file looks there first.
     /// @pre blockSignals was called.
     /// @throws std::runtime_error if the engine cannot go on
     void run();
