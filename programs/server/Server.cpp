@@ -138,16 +138,15 @@ void Server::clearTheWay_()
 void Server::writeSettings_(const Request& request, Undo& undo)
 {
     const SignalBlock block;
-    const auto previous = folder_.inUse();
-    undo.add([this, previous] {
+    undo.add([this] { manager_->putSettingFileBack(); });
+    manager_->setFipsMode(request.fipsMode);
+    manager_->writeSettingFile(request.policy, request.defaultRules, request.certificates);
+    undo.add([this, previous = folder_.inUse()] {
         if (previous)
             folder_.setInUse(*previous);
         else
             folder_.clearInUse();
     });
-    undo.add([this] { manager_->putSettingFileBack(); });
-    manager_->setFipsMode(request.fipsMode);
-    manager_->writeSettingFile(request.policy, request.defaultRules, request.certificates);
     folder_.setInUse(request.settingFilePath);
 }
 

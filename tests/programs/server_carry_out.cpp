@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -477,6 +478,27 @@ TEST_F(ServerCarryOut, RestartOfARefusedPathChangesNothing)
               carryOut(tests::restartText("/etc/x")));
     EXPECT_EQ(Lines{}, host.asked);
     EXPECT_EQ(before, settings());
+}
+
+TEST_F(ServerCarryOut, RestartOfAPolicyThatTheEngineCannotDoTouchesNothing)
+{
+    start();
+    struct stat before = {};
+    struct stat after = {};
+    lstat((directory + "/.current").c_str(), &before);
+    const std::string content = settings();
+    host.asked.clear();
+    configuration.engine = "strongswan";
+    tests::RequestParts parts;
+    parts.scenario = norvale::tamber::systemdata::ipseccfg::common::ScenarioCommand::Restart;
+    parts.settingFile = settingFile;
+    parts.used.front()->setSrcIpAddress("somewhere");
+    EXPECT_EQ(0U, carryOut(tests::requestText(parts))
+                      .find("failure: used rule 1: src-addr: 'somewhere' is not possible"));
+    EXPECT_EQ(Lines{}, host.asked);
+    EXPECT_EQ(content, settings());
+    lstat((directory + "/.current").c_str(), &after);
+    EXPECT_EQ(before.st_ino, after.st_ino) << "the record was made anew";
 }
 
 // Shutdown.
