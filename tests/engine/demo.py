@@ -5,7 +5,7 @@ import re
 import sys
 
 import hosts
-from hosts import bypass, discard, eventually, ping, policies, run, states, use, Left, Right, Wire
+from hosts import bypass, discard, ping, policies, reaches, run, states, use, Left, Right, Wire
 
 
 def say(text):
@@ -57,7 +57,7 @@ def main():
     command(left, "start", left.policy)
     with open(left.settings) as file:
         print(re.sub(r'(secret = )"[^"]*"', r'\1"********"', file.read()))
-    need(eventually(lambda: ping("left", "10.0.0.2", 1) == 1), "there is no tunnel")
+    need(reaches("left", "10.0.0.2"), "there is no tunnel")
 
     say("To 10.0.0.2 there is nothing but ESP on the wire, to 10.0.0.3 nothing at all, to 10.0.0.4 everything can be read")
     before = states("left")

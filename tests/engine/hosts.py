@@ -47,7 +47,8 @@ def eventually(condition, seconds=15):
 
 
 def make_hosts():
-    """left 10.0.0.1 === right 10.0.0.2 to 10.0.0.6; the same in fd00::; 10.1.0.1 behind left, 10.2.0.1 behind right."""
+    """left 10.0.0.1 === right 10.0.0.2 to 10.0.0.9; the same in fd00::; 10.1.0.1 and fd01::1 behind left, 10.2.0.1 and
+    fd02::1 behind right."""
     os.makedirs(WORK, exist_ok=True)
     for host in ("left", "right"):
         run("ip", "netns", "add", host)
@@ -59,22 +60,29 @@ def make_hosts():
         run("ip", "link", "add", "wire", "netns", host, "type", "veth", "peer", "name", host, "netns", "between")
         run("ip", "-n", "between", "link", "set", host, "master", "wire", "up")
     run("ip", "-n", "between", "link", "set", "wire", "up")
-    for host, addresses in (("left", ["10.0.0.1", "fd00::1"]), ("right", [f"10.0.0.{n}" for n in range(2, 7)] + ["fd00::2"])):
+    for host, addresses in (("left", ["10.0.0.1", "fd00::1"]), ("right", [f"{net}{n}" for net in ("10.0.0.", "fd00::") for n in range(2, 10)])):
         for address in addresses:
             options = ["nodad"] if ":" in address else []
             run("ip", "-n", host, "addr", "add", address + ("/64" if ":" in address else "/24"), "dev", "wire", *options)
         run("ip", "-n", host, "link", "set", "wire", "up")
-    for host, own, other, gateway in (("left", "10.1.0.1", "10.2.0.0/16", "10.0.0.2"), ("right", "10.2.0.1", "10.1.0.0/16", "10.0.0.1")):
-        run("ip", "-n", host, "addr", "add", own + "/32", "dev", "lo")
+    for host, own, other, gateway in (
+            ("left", "10.1.0.1", "10.2.0.0/16", "10.0.0.2"), ("left", "fd01::1", "fd02::/64", "fd00::2"),
+            ("right", "10.2.0.1", "10.1.0.0/16", "10.0.0.1"), ("right", "fd02::1", "fd01::/64", "fd00::1")):
+        run("ip", "-n", host, "addr", "add", own, "dev", "lo")
         run("ip", "-n", host, "route", "add", other, "via", gateway, "src", own)
     ping("left", "10.0.0.2")
 
 
-def ping(host, address, count=3, source=None):
-    """How many of the pings were answered."""
-    words = ["ping", "-n", "-q", "-c", str(count), "-i", "0.2", "-W", "1"] + (["-I", source] if source else [])
+def ping(host, address, count=3, source=None, seconds=1):
+    """How many of the pings were answered; after the last one an answer is waited for that long."""
+    words = ["ping", "-n", "-q", "-c", str(count), "-i", "0.05", "-W", str(seconds)] + (["-I", source] if source else [])
     found = re.search(r"(\d+) received", inside(host, *words, address, check=False).stdout)
     return int(found.group(1)) if found else 0
+
+
+def reaches(host, address, source=None):
+    """Whether a ping is answered in the end: those that begin a negotiation are not."""
+    return eventually(lambda: ping(host, address, 1, source, 0.2) == 1)
 
 
 def states(host):
@@ -171,6 +179,12 @@ connections {{
                 mode = tunnel
                 esp_proposals = {esp}
             }}
+            nets6 {{
+                local_ts = fd02::/64
+                remote_ts = fd01::/64
+                mode = tunnel
+                esp_proposals = {esp}
+            }}
         }}
     }}
 }}
@@ -202,10 +216,11 @@ authorities {{
         assert not check or result.returncode == 0, result.stdout
         return result
 
-    def load(self, version=2, local="local { auth = psk }", remote="remote { auth = psk }", authorities=""):
-        suites = SUITES if version == 1 else SUITES + ", " + GCM_SUITES
+    def load(self, version=2, local="local { auth = psk }", remote="remote { auth = psk }", authorities="", suites=None,
+             esp=ESP_SUITES):
+        suites = suites or (SUITES if version == 1 else SUITES + ", " + GCM_SUITES)
         with open(self.folder + "/swanctl.conf", "w") as file:
-            file.write(self.CONNECTION.format(version=version, suites=suites, esp=ESP_SUITES, secret=SECRET, local=local,
+            file.write(self.CONNECTION.format(version=version, suites=suites, esp=esp, secret=SECRET, local=local,
                                               remote=remote, authorities=authorities))
         self.swanctl("--load-all", "--clear")
 
@@ -243,20 +258,25 @@ class Left:
                        f'[strongswan]\n{strongswan}\n')
 
     def write(self, rules, phase1=None, phase2=None, authentication=None, certificates="", namespace="", fips=False):
-        """The policy; phases as (encryption, key length, hash, group, lifetime)."""
-        def transform(phase, values, more):
-            encryption, length, hash_, group, lifetime = values
-            text = f'[[{phase}.proposal]]\nid = 1\n[[{phase}.proposal.transform]]\nid = 1\nencryption = "{encryption}"\n'
-            text += f"key-length = {length}\n" if length else ""
-            text += f'hash = "{hash_}"\nlifetime = {lifetime}\n{more}'
-            return text + (f"group = {group}\n" if group else "")
+        """The policy; a phase as (encryption, key length, hash, group, lifetime) or as a list of proposals, each a list
+        of such transforms."""
+        def proposals(phase, values, more):
+            text = ""
+            for number, transforms in enumerate(values if isinstance(values, list) else [[values]], 1):
+                text += f"[[{phase}.proposal]]\nid = {number}\n"
+                for position, (encryption, length, hash_, group, lifetime) in enumerate(transforms, 1):
+                    text += f'[[{phase}.proposal.transform]]\nid = {position}\nencryption = "{encryption}"\n'
+                    text += f"key-length = {length}\n" if length else ""
+                    text += f'hash = "{hash_}"\nlifetime = {lifetime}\n{more}'
+                    text += f"group = {group}\n" if group else ""
+            return text
 
         authentication = authentication or f'authentication = "PSK"\npsk = "{SECRET}"\n'
         with open(self.policy, "w") as file:
             file.write(f'[engine]\nsetting-file = "{self.settings}"\nfips = {str(fips).lower()}\n'
                        f'namespace = "{namespace}"\n')
-            file.write(transform("phase1", phase1 or ("AES", 256, "SHA256", 14, 3600), authentication))
-            file.write(transform("phase2", phase2 or ("AES", 256, "SHA256", None, 1800), ""))
+            file.write(proposals("phase1", phase1 or ("AES", 256, "SHA256", 14, 3600), authentication))
+            file.write(proposals("phase2", phase2 or ("AES", 256, "SHA256", None, 1800), ""))
             for rule in rules:
                 file.write("[[rule]]\n" + "".join(f'{key} = {json.dumps(value)}\n' for key, value in rule.items()))
             file.write(certificates)

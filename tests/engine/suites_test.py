@@ -13,7 +13,7 @@ import os
 import sys
 
 import hosts
-from hosts import eventually, ping, states, use, Left, Right
+from hosts import eventually, ping, reaches, states, use, Left, Right
 
 GROUPS = {14: "MODP_2048", 24: "MODP_2048_256", 19: "ECP_256", 20: "ECP_384"}
 HASHES = {"SHA1": "SHA1_96", "SHA256": "SHA2_256_128", "SHA384": "SHA2_384_192", "SHA512": "SHA2_512_256"}
@@ -89,7 +89,7 @@ class Run:
         except AssertionError as refusal:
             return 0, str(refusal)
         self.begin = self.left.restart
-        if not eventually(lambda: ping("left", "10.0.0.2", 1) == 1):
+        if not reaches("left", "10.0.0.2"):
             return 0, "no ping is answered"
         if self.version == 2 and phase2[3]:
             # The first keys of version 2 come from phase 1; the group counts as soon as they are renewed.

@@ -12,7 +12,7 @@ import time
 import unittest
 
 import hosts
-from hosts import bypass, discard, eventually, inside, ping, policies, run, states, use, Left, Right, Wire
+from hosts import bypass, discard, eventually, inside, ping, policies, reaches, run, states, use, Left, Right, Wire
 
 PROGRAMS = sys.argv[1:4]
 
@@ -44,7 +44,7 @@ class Hosts(unittest.TestCase):
 
     def assert_protected(self, address="10.0.0.2", source=None, mode="transport"):
         """Pings are answered, as ESP on the wire and nothing else, counted by states on both sides."""
-        self.assertTrue(eventually(lambda: ping("left", address, 1, source) == 1), "no ping is answered")
+        self.assertTrue(reaches("left", address, source), "no ping is answered")
         before = states("left")
         with Wire() as wire:
             self.assertEqual(3, ping("left", address, 3, source))
@@ -98,10 +98,30 @@ class Protection(Hosts):
         self.left.start()
         self.assert_protected("10.2.0.1", "10.1.0.1", "tunnel")
 
+    def test_tunnel_between_ranges(self):
+        self.left.configure('[[strongswan.gateway]]\ndestination = "10.2.0.0/16"\nremote = "10.0.0.2"')
+        self.left.write([use("10.1.0.1-10.1.0.6", "10.2.0.0-10.2.0.20")])
+        self.left.start()
+        self.assert_protected("10.2.0.1", "10.1.0.1", "tunnel")
+        self.assertIn("remote-ts=[10.1.0.1/32 10.1.0.2/31 10.1.0.4/31 10.1.0.6/32]",
+                      self.right.swanctl("--list-sas", "--raw").stdout)
+
+    def test_tunnel_between_subnets_of_ipv6(self):
+        self.left.configure('[[strongswan.gateway]]\ndestination = "fd02::/64"\nremote = "fd00::2"')
+        self.left.write([use("fd01::/64", "fd02::/64")])
+        self.left.start()
+        self.assert_protected("fd02::1", "fd01::1", "tunnel")
+
     def test_ipv6(self):
-        self.left.write([use("fd00::1", "fd00::2")])
+        self.left.write([use("fd00::1", "fd00::2"), bypass("fd00::3-fd00::4", 20, "fd00::1"),
+                         discard("fd00::/64", 30, "fd00::1")])
         self.left.start()
         self.assert_protected("fd00::2")
+        for address in ("fd00::3", "fd00::4"):
+            self.assertEqual(3, ping("left", address))
+        with Wire() as wire:
+            self.assertEqual(0, ping("left", "fd00::5"))
+        self.assertEqual([], wire.clear() + wire.esp())
 
     def test_ike_version_1(self):
         self.right.load(version=1)
@@ -123,21 +143,74 @@ class Protection(Hosts):
             discard("10.0.0.4", 5),
             # Of two rules for the same traffic the one with the lower number counts, 0 included.
             bypass("10.0.0.5", 20), discard("10.0.0.5", 0),
+            bypass("10.0.0.7-10.0.0.8", 98),
             discard("10.0.0.0/24", 99),
         ])
         self.left.start()
         self.assert_protected()
         self.assertEqual([("discard", 0, "in force"), ("bypass", 5, "in force"), ("discard", 5, "in force"),
-                          ("use", 10, "up"), ("bypass", 20, "in force"), ("discard", 99, "in force")],
+                          ("use", 10, "up"), ("bypass", 20, "in force"), ("bypass", 98, "in force"),
+                          ("discard", 99, "in force")],
                          [(rule["action"], rule["priority"], rule["state"]) for rule in self.left.status()["rules"]])
+        passing, dropped = ("10.0.0.3", "10.0.0.7", "10.0.0.8"), ("10.0.0.4", "10.0.0.5", "10.0.0.6", "10.0.0.9")
         with Wire() as wire:
-            self.assertEqual(3, ping("left", "10.0.0.3"))
-        self.assertEqual(6, len(wire.clear()))
+            for address in passing:
+                self.assertEqual(3, ping("left", address))
+            for address in dropped:
+                self.assertEqual(0, ping("left", address, seconds=0.5))
+        self.assertEqual(6 * len(passing), len(wire.clear()))
         self.assertEqual([], wire.esp())
-        for address in ("10.0.0.4", "10.0.0.5", "10.0.0.6"):
-            with Wire() as wire:
-                self.assertEqual(0, ping("left", address))
+        for address in dropped:
             self.assertEqual([], [line for line in wire.lines if address in line and "ARP" not in line])
+
+    def test_a_namespace_that_the_policy_names(self):
+        # Client and server are outside.
+        outside = Left(*PROGRAMS)
+        outside.host = []
+        outside.configure()
+        outside.write([use()], namespace="left")
+        outside.start()
+        self.assert_protected()
+        outside.write([use()], namespace="")
+        pid = outside.engine_pid()
+        self.assertEqual("success", outside.ask("shutdown")[0])
+        self.assertFalse(os.path.exists(f"/proc/{pid}"))
+        self.assertEqual(0, policies("left"))
+
+
+class Negotiation(Hosts):
+    """What the ends agree upon and when, and what is said if they do not."""
+
+    def test_of_several_proposals_and_transforms_the_one_that_both_ends_have(self):
+        self.right.load(suites="aes128-sha384-ecp384", esp="3des-sha512")
+        self.left.write(
+            [use()],
+            [[("AES", 256, "SHA256", 14, 3600), ("AES", 192, "SHA1", 19, 3600)],
+             [("3DES", None, "SHA1", 24, 3600), ("AES", 128, "SHA384", 20, 3600)]],
+            [[("AES", 256, "SHA256", None, 1800)], [("AES", 128, "SHA1", 14, 1800), ("3DES", None, "SHA512", None, 1200)]])
+        self.left.start()
+        self.assert_protected()
+        ike, child = self.right.association()
+        self.assertEqual(("AES_CBC", "128", "HMAC_SHA2_384_192", "ECP_384"), tuple(
+            ike[name] for name in ("encr-alg", "encr-keysize", "integ-alg", "dh-group")))
+        self.assertEqual(("3DES_CBC", "HMAC_SHA2_512_256"), tuple(child[name] for name in ("encr-alg", "integ-alg")))
+        # The shortest lifetime, less a tenth and some chance.
+        rule, = self.left.status()["rules"]
+        self.assertTrue(900 < rule["rekey-seconds"] <= 1080, rule)
+
+    def test_keys_are_renewed_before_their_lifetimes_are_over(self):
+        self.left.write([use()], ("AES", 128, "SHA256", 19, 14), ("AES", 128, "SHA256", None, 10))
+        self.left.start()
+        self.assert_protected()
+        ike, first = self.right.association()[0]["initiator-spi"], set(states("left"))
+        with Wire() as wire:
+            flow = subprocess.Popen(["ip", "netns", "exec", "left", "ping", "-n", "-q", "-c", "80", "-i", "0.2", "-W", "1",
+                                     "10.0.0.2"], stdout=subprocess.PIPE, text=True)
+            self.assertTrue(eventually(lambda: not first & set(states("left"))), "the keys of phase 2 stay")
+            self.assertTrue(eventually(lambda: ike != self.right.association()[0].get("initiator-spi")), "those of phase 1 stay")
+            self.assertIn(" 0% packet loss", flow.communicate()[0])
+        self.assertEqual([], wire.clear())
+        self.assertGreaterEqual(len(wire.esp()), 160)
 
     def rule_states(self):
         return [(rule["destination"], rule["state"], rule["reason"]) for rule in self.left.status()["rules"]]
@@ -174,6 +247,10 @@ class Protection(Hosts):
         self.left.restart()
         self.assert_protected()
         self.assertEqual(("10.0.0.2/32", "up", ""), self.rule_states()[0])
+
+
+class Authentication(Hosts):
+    """By what the ends know each other."""
 
     def make_certificates(self):
         """root -> internal -> left, right, each with an address and an email address."""
@@ -252,20 +329,6 @@ class Protection(Hosts):
                 begin = self.left.restart
                 self.assert_protected()
 
-    def test_a_namespace_that_the_policy_names(self):
-        # Client and server are outside.
-        outside = Left(*PROGRAMS)
-        outside.host = []
-        outside.configure()
-        outside.write([use()], namespace="left")
-        outside.start()
-        self.assert_protected()
-        outside.write([use()], namespace="")
-        pid = outside.engine_pid()
-        self.assertEqual("success", outside.ask("shutdown")[0])
-        self.assertFalse(os.path.exists(f"/proc/{pid}"))
-        self.assertEqual(0, policies("left"))
-
 
 class Changes(Hosts):
     """What becomes of tunnels when something changes or fails."""
@@ -276,7 +339,7 @@ class Changes(Hosts):
         self.left.start()
         self.assert_protected()
         first = states("left")
-        flow = subprocess.Popen(["ip", "netns", "exec", "left", "ping", "-n", "-q", "-c", "40", "-i", "0.2", "-W", "1",
+        flow = subprocess.Popen(["ip", "netns", "exec", "left", "ping", "-n", "-q", "-c", "100", "-i", "0.05", "-W", "1",
                                  "10.0.0.2"], stdout=subprocess.PIPE, text=True)
         self.left.write([rules[0], bypass("10.0.0.3", 20)])
         self.left.restart()
@@ -352,6 +415,44 @@ class Changes(Hosts):
         self.assertIn("ah4", run("lsmod").stdout)
         self.left.shut_down()
         self.assertNotIn("ah4", run("lsmod").stdout)
+
+    def test_what_is_refused_by_name_is_refused_before_anything_is_touched(self):
+        self.right.load(version=1)
+        self.left.configure("ike-version = 1")
+        gcm = ("AES-GCM", 256, "SHA256", 14, 3600)
+        cases = [
+            (dict(phase1=gcm), "phase 1, proposal 1, transform 1: enc-algo: "
+                               "AES-GCM is not possible in phase 1 of IKE version 1, only AES, 3DES"),
+            (dict(phase1=("3DES", None, "SHA256", 14, 3600), fips=True),
+             "phase 1, proposal 1, transform 1: enc-algo: 3DES is not possible in FIPS mode, only AES, AES-GCM"),
+            (dict(phase2=("3DES", None, "SHA256", None, 1800), fips=True),
+             "phase 2, proposal 1, transform 1: enc-algo: 3DES is not possible in FIPS mode, only AES, AES-GCM"),
+            (dict(phase1=("AES", 256, "SHA256", 24, 3600), fips=True),
+             "phase 1, proposal 1, transform 1: group-dsc: 24 is not possible in FIPS mode, only 14, 19, 20"),
+        ]
+        for policy, words in cases:
+            self.left.write([use()], **policy)
+            self.assertEqual(("failure", words), self.left.ask("start", self.left.policy))
+            self.assertEqual([".lock"], os.listdir(self.left.folder + "/run"))
+        self.left.write([use()], fips=True)
+        self.left.start()
+        self.assert_protected()
+        before, files = set(states("left")), self.everything_in_the_folder()
+        for policy, words in cases:
+            self.left.write([use()], **policy)
+            self.assertEqual(("failure", words), self.left.ask("restart", self.left.policy))
+            self.assertEqual(files, self.everything_in_the_folder())
+        self.assertEqual(before, set(states("left")))
+        self.assert_protected()
+
+    def everything_in_the_folder(self):
+        """The server's and the engine's files and when they were last changed."""
+        found = {}
+        for folder, _, names in os.walk(self.left.folder + "/run"):
+            for name in names:
+                status = os.lstat(f"{folder}/{name}")
+                found[f"{folder}/{name}"] = (status.st_ino, status.st_size, status.st_mtime_ns)
+        return found
 
     def test_refused_new_settings_leave_the_tunnel_up(self):
         self.left.write([use()])
