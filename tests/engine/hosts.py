@@ -241,6 +241,9 @@ authorities {{
 class Left:
     """The host that the project configures."""
 
+    kind = "strongswan"
+    host = ["ip", "netns", "exec", "left"]
+
     def __init__(self, client, server, engine):
         self.client, self.server, self.engine = client, server, engine
         self.folder = WORK + "/left"
@@ -248,14 +251,27 @@ class Left:
         self.pid_file = self.folder + "/run/engine.pid"
         self.policy = self.folder + "/policy.toml"
         os.makedirs(self.folder + "/run", mode=0o700, exist_ok=True)
-        self.host = ["ip", "netns", "exec", "left"]
 
-    def configure(self, strongswan="", modules="", option=""):
+    def configure(self, strongswan="", modules="", option="", retry=1):
         with open(self.folder + "/server.toml", "w") as file:
-            file.write(f'engine = "strongswan"\nsetting-directory = "{self.folder}/run"\n[service]\n'
-                       f'command = "{self.engine}"\noption = "{option}"\npid-file = "{self.pid_file}"\nstop-signal = "TERM"\n'
-                       f'reconfigure-signal = "HUP"\n[modules]\nretry = 1\ninterval-us = 0\n{modules}\n'
-                       f'[strongswan]\n{strongswan}\n')
+            file.write(f'engine = "{self.kind}"
+setting-directory = "{self.folder}/run"
+[service]
+'
+                       f'command = "{self.engine}"
+option = "{option}"
+pid-file = "{self.pid_file}"
+stop-signal = "TERM"
+'
+                       f'reconfigure-signal = "HUP"
+[modules]
+retry = {retry}
+interval-us = 0
+{modules}
+'
+                       + (f'[strongswan]
+{strongswan}
+' if strongswan else ""))
 
     def write(self, rules, phase1=None, phase2=None, authentication=None, certificates="", namespace="", fips=False):
         """The policy; a phase as (encryption, key length, hash, group, lifetime) or as a list of proposals, each a list
