@@ -21,11 +21,6 @@ class Device(hosts.Left):
         super().__init__(CLIENT, SERVER, ENGINES + self.kind)
 
 
-def kernel_module(name):
-    """Where a module of the kernel lies."""
-    return run("modinfo", "-n", name).stdout.strip()
-
-
 def module_table(path, install="", remove=""):
     """A module in the server's configuration."""
     return f'[[modules.module]]\npath = "{path}"\ninstall-option = "{install}"\nremove-option = "{remove}"\n'

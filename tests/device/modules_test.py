@@ -8,8 +8,8 @@ import os
 import shutil
 import unittest
 
-from device import Device, kernel_module, loaded_modules, module_table
-from hosts import run, use
+from device import Device, loaded_modules, module_table
+from hosts import kernel_module, run, use
 
 BENCH = "/usr/lib/bench/"
 MISSING = "/usr/lib/bench/missing.ko"

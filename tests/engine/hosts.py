@@ -37,6 +37,12 @@ def inside(host, *words, **options):
     return run("ip", "netns", "exec", host, *words, **options)
 
 
+def kernel_module(name):
+    """Where a module of the kernel lies; User-mode Linux has its own in a place of their own."""
+    uml = ["-b", "/run/modules"] if os.path.isdir("/run/modules") else []
+    return run("modinfo", *uml, "-n", name).stdout.strip()
+
+
 def eventually(condition, seconds=15):
     deadline = time.monotonic() + seconds
     while not condition():
@@ -252,26 +258,12 @@ class Left:
         self.policy = self.folder + "/policy.toml"
         os.makedirs(self.folder + "/run", mode=0o700, exist_ok=True)
 
-    def configure(self, strongswan="", modules="", option="", retry=1):
+    def configure(self, strongswan="", modules="", option="", retry=1, interval=0):
         with open(self.folder + "/server.toml", "w") as file:
-            file.write(f'engine = "{self.kind}"
-setting-directory = "{self.folder}/run"
-[service]
-'
-                       f'command = "{self.engine}"
-option = "{option}"
-pid-file = "{self.pid_file}"
-stop-signal = "TERM"
-'
-                       f'reconfigure-signal = "HUP"
-[modules]
-retry = {retry}
-interval-us = 0
-{modules}
-'
-                       + (f'[strongswan]
-{strongswan}
-' if strongswan else ""))
+            file.write(f'engine = "{self.kind}"\nsetting-directory = "{self.folder}/run"\n[service]\n'
+                       f'command = "{self.engine}"\noption = "{option}"\npid-file = "{self.pid_file}"\nstop-signal = "TERM"\n'
+                       f'reconfigure-signal = "HUP"\n[modules]\nretry = {retry}\ninterval-us = {interval}\n{modules}\n'
+                       + (f'[strongswan]\n{strongswan}\n' if strongswan else ""))
 
     def write(self, rules, phase1=None, phase2=None, authentication=None, certificates="", namespace="", fips=False):
         """The policy; a phase as (encryption, key length, hash, group, lifetime) or as a list of proposals, each a list

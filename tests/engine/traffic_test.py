@@ -399,7 +399,7 @@ class Changes(Hosts):
             f'[[certificate]]\nkind = "root-ca"\ncertificate = "{folder}/root.pem"\n'))
 
     def test_a_start_that_fails_leaves_nothing(self):
-        module = f"/usr/lib/uml/modules/{os.uname().release}/kernel/net/ipv4/ah4.ko"
+        module = hosts.kernel_module("ah4")
         self.left.configure(modules=f'[[modules.module]]\npath = "{module}"\n')
         self.write_policy_with_bad_certificates()
         status, detail = self.left.ask("start", self.left.policy)
