@@ -30,7 +30,7 @@ struct Fault {
 Fault fault;
 
 // How far the monotonic clock is ahead of the real one.
-time_t secondsAhead = 0;
+long secondsAhead = 0;
 
 bool strikes(std::string_view call)
 {
@@ -45,6 +45,30 @@ template <class Function>
 Function* theLibrarys(const char* name)
 {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+// 32-bit ARM has functions for time of two widths. The wide one bears the plain name in this program's source, the narrow
+// one in what the C++ library calls.
+#if defined(__USE_TIME_BITS64) && __SIZEOF_LONG__ == 4
+#define NARROW_TIME
+constexpr const char* CLOCK_GETTIME = "__clock_gettime64";
+
+struct NarrowTime {
+    long tv_sec;
+    long tv_nsec;
+};
+#else
+constexpr const char* CLOCK_GETTIME = "clock_gettime";
+#endif
+
+template <class Time>
+int timeAhead(const char* name, clockid_t clock, Time* time)
+{
+    static auto* const real = theLibrarys<int(clockid_t, Time*)>(name);
+    const int result = real(clock, time);
+    if (clock == CLOCK_MONOTONIC)
+        time->tv_sec += secondsAhead;
+    return result;
 }
 
 } // namespace
@@ -109,12 +133,17 @@ int kill(pid_t pid, int sig) noexcept
 
 int clock_gettime(clockid_t clock_id, timespec* tp) noexcept
 {
-    static auto* const real = theLibrarys<int(clockid_t, timespec*)>("clock_gettime");
-    const int result = real(clock_id, tp);
-    if (clock_id == CLOCK_MONOTONIC)
-        tp->tv_sec += secondsAhead;
-    return result;
+    return timeAhead(CLOCK_GETTIME, clock_id, tp);
 }
+
+#ifdef NARROW_TIME
+int narrowClockGettime(clockid_t clock, NarrowTime* time) noexcept __asm__("clock_gettime");
+
+int narrowClockGettime(clockid_t clock, NarrowTime* time) noexcept
+{
+    return timeAhead("clock_gettime", clock, time);
+}
+#endif
 
 int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* file_actions,
                 const posix_spawnattr_t* attrp, char* const argv[], char* const envp[])
