@@ -49,6 +49,7 @@ public:
     const std::vector<std::string>& getValues() const;
 
 private:
+    friend class CParser;
     friend class XmlRpcWriter;
 
     std::string name_;
@@ -58,6 +59,7 @@ private:
     Type type_;
     bool option_;
     bool array_;
+    bool plain_ = false; ///< known to hold nothing that has to be checked or escaped when it is written
 };
 
 } // namespace norvale::tamber::systemdata::parser

@@ -2,6 +2,8 @@
 
 #include "CParser.h"
 
+#include "XmlText.h"
+
 #include <stdexcept>
 
 namespace norvale::tamber::systemdata::parser {
@@ -19,7 +21,7 @@ void CParser::addMember(const std::string& name, const std::string& value, Type 
 {
     if (members_.capacity() == 0)
         members_.reserve(FIRST_CAPACITY);
-    members_.emplace_back(name, type, value, option);
+    members_.emplace_back(name, type, value, option).plain_ = isPlainText(name) && isPlainText(value);
 }
 
 void CParser::addArrayMember(const std::string& name, const std::vector<std::string>& values, Type type,

@@ -102,8 +102,9 @@ bool XmlRpcWriter::write(const std::string& command, const std::vector<CParser*>
 bool XmlRpcWriter::canCarry_(const CParser& structure) const
 {
     return std::all_of(structure.members_.begin(), structure.members_.end(), [](const CMember& member) {
-        return isType(member.type_) && isXmlText(member.name_) && isXmlText(member.value_) &&
-               std::all_of(member.values_.begin(), member.values_.end(), isXmlText);
+        return isType(member.type_) &&
+               (member.plain_ || (isXmlText(member.name_) && isXmlText(member.value_) &&
+                                  std::all_of(member.values_.begin(), member.values_.end(), isXmlText)));
     });
 }
 
@@ -180,10 +181,11 @@ void XmlRpcWriter::writeScalar_(const CMember& member)
         frame.middle = "</name>" + inner + std::string(element.begin);
         frame.end = std::string(element.end) + outer + "</member>";
     }
+    const auto putText = [&](const std::string& text) { member.plain_ ? put_(text) : escape_(text); };
     put_(frame.begin);
-    escape_(member.name_);
+    putText(member.name_);
     put_(frame.middle);
-    escape_(member.value_);
+    putText(member.value_);
     put_(frame.end);
 }
 
@@ -232,7 +234,7 @@ std::string_view XmlRpcWriter::lineAt_(std::size_t depth) const
 void XmlRpcWriter::escape_(std::string_view text)
 {
     std::size_t written = 0;
-    for (std::size_t at = plainBeginning(text); at < text.size(); ++at) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
         const std::string_view reference = referenceFor(text[at]);
         if (reference.empty())
             continue;

@@ -66,6 +66,22 @@ std::size_t wideCharacter(std::string_view text)
     return sequence->length == 3 && isNoncharacter(text) ? 0 : sequence->length;
 }
 
+// Whether eight bytes are all of that kind (or DEL). Each test is exact in whether any byte fails it, which is all that counts.
+bool isPlainWord(const char* text)
+{
+    constexpr std::uint64_t ONES = 0x0101010101010101;
+    constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
+    const auto hasByteBelow = [](std::uint64_t bytes, unsigned limit) {
+        return (bytes - ONES * limit) & ~bytes & HIGH_BITS;
+    };
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text, sizeof bytes);
+    std::uint64_t special = (bytes & HIGH_BITS) | hasByteBelow(bytes, ' ');
+    for (const char markup : {'&', '<', '>'})
+        special |= hasByteBelow(bytes ^ (ONES * static_cast<Byte>(markup)), 1);
+    return special == 0;
+}
+
 bool isWhite(char character)
 {
     return character == ' ' || character == '\t' || character == '\n' || character == '\r';
@@ -73,30 +89,22 @@ bool isWhite(char character)
 
 } // namespace
 
-// The tests of eight bytes at once are exact in whether any byte passes, which is all that counts here.
-std::size_t plainBeginning(std::string_view text)
+bool isPlainText(std::string_view text)
 {
-    constexpr std::uint64_t ONES = 0x0101010101010101;
-    constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
-    const auto hasByteBelow = [](std::uint64_t bytes, unsigned limit) {
-        return (bytes - ONES * limit) & ~bytes & HIGH_BITS;
-    };
-    std::size_t at = 0;
-    for (; at + sizeof(std::uint64_t) <= text.size(); at += sizeof(std::uint64_t)) {
-        std::uint64_t bytes = 0;
-        std::memcpy(&bytes, text.data() + at, sizeof bytes);
-        std::uint64_t special = (bytes & HIGH_BITS) | hasByteBelow(bytes, ' ');
-        for (const char markup : {'&', '<', '>'})
-            special |= hasByteBelow(bytes ^ (ONES * static_cast<Byte>(markup)), 1);
-        if (special != 0)
-            break;
+    while (text.size() >= sizeof(std::uint64_t)) {
+        if (!isPlainWord(text.data()))
+            return false;
+        text.remove_prefix(sizeof(std::uint64_t));
     }
-    return at;
+    return std::all_of(text.begin(), text.end(), [](char character) {
+        return character >= ' ' && character < '\x7F' && character != '&' && character != '<' &&
+               character != '>';
+    });
 }
 
 bool isXmlText(std::string_view text)
 {
-    for (std::size_t at = plainBeginning(text); at < text.size();) {
+    for (std::size_t at = 0; at < text.size();) {
         const Byte byte = byteAt(text, at);
         if (byte < 0x80) {
             if (byte < ' ' && !isWhite(text[at]))

@@ -14,9 +14,9 @@ namespace norvale::tamber::systemdata::parser {
 /// `Char`.
 bool isXmlText(std::string_view text);
 
-/// How many bytes of the text's beginning need no further look: printable ASCII characters other than `&`, `<` and `>`,
-/// eight at a time, so that it may stop up to seven bytes early.
-std::size_t plainBeginning(std::string_view text);
+/// Whether the text is nothing but printable ASCII characters other than `&`, `<` and `>`, which stand for themselves wherever
+/// they are.
+bool isPlainText(std::string_view text);
 
 /// Whether the text is nothing but white space (the production `S`), or empty.
 bool isWhiteSpace(std::string_view text);
