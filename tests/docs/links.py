@@ -36,8 +36,13 @@ def problems_of(source, file):
             yield f"{path}: there is no such file"
 
 
+def waits_for_its_numbers(file):
+    """Whether a page of measurements has a place that scripts/bench has not filled yet: its plots are made with it."""
+    return re.search(r'<!-- targets -->\s*<!-- end -->', file.read_text(encoding="utf-8")) is not None
+
+
 def main(source):
-    files = [*source.glob("*.md"), *source.glob("docs/**/*.md")]
+    files = [file for file in [*source.glob("*.md"), *source.glob("docs/**/*.md")] if not waits_for_its_numbers(file)]
     problems = [f"{file.relative_to(source)}: {problem}" for file in files for problem in problems_of(source, file)]
     listed = set(re.findall(r'^\| `(IPSECCFG_\w+)`', (source / "docs/building-for-a-device.md").read_text(encoding="utf-8"),
                             re.MULTILINE))
