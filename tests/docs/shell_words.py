@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Looks at a sample for a shell: shell_words.py SAMPLE SOURCE
 
-It parses; every command is one that Debian has, a script of this tree or a program of this project; every preset is one of
-CMakePresets.json, every option -DIPSECCFG_... one of the build's, and each component one that is installed."""
+It parses; every command is one that Debian has, a script of this tree or a program of this project; the client's own commands
+are those that it has; every preset is one of CMakePresets.json, every option -DIPSECCFG_... one of the build's, and each
+component one that is installed."""
 
 import json
 import pathlib
@@ -20,10 +21,10 @@ COMPONENTS = {"runtime", "development", "programs"}
 
 def commands_of(text):
     """Each command as its words, without what is set before it; substitutions count as commands of their own."""
-    text = text.replace("\\\n", " ")
+    text = re.sub(r'(^|\s)#[^\n]*', r'\1', text).replace("\\\n", " ")
     text = re.sub(r'\$\(([^)]*)\)', lambda match: "SUBSTITUTED\n" + match.group(1) + "\n", text)
     for line in re.split(r'\n|&&|\|\||\||;(?=\s)', text):
-        words = shlex.split(line, comments=True)
+        words = shlex.split(line)
         while words and re.match(r'\w+=', words[0]):
             words = words[1:]
         if words and not words[0].startswith("-"):
@@ -37,6 +38,10 @@ def problems_of(words, source):
         yield f"no such command: {name}"
     if name == "sudo":
         yield from problems_of(words[1:], source)
+    if name == "ipseccfgctl":
+        table = (source / "programs/client/CommandLine.cpp").read_text(encoding="utf-8")
+        if not re.search(rf'\{{Command::\w+, "{words[1]}",', table):
+            yield f"no such command of ipseccfgctl: {words[1]}"
     presets = json.loads((source / "CMakePresets.json").read_text(encoding="utf-8"))
     names = {preset["name"] for preset in presets["configurePresets"]}
     options = "\n".join(file.read_text(encoding="utf-8") for file in [*source.glob("CMakeLists.txt"),
