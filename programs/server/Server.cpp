@@ -43,9 +43,12 @@ Server::Server(const Configuration& configuration, const Limits& limits)
     , limits_(limits)
     , folder_(configuration.settingDirectory)
     , lock_(folder_, limits.lock)
+    , change_(folder_)
     , manager_(createSettingManager(configuration, folder_))
     , engine_(configuration.pidFile, configuration.serviceCommand)
-{}
+{
+    attempt([this] { change_.clearUp(); });
+}
 
 const char* Server::carryOut(const Request& request)
 {
@@ -138,6 +141,8 @@ void Server::clearTheWay_()
 void Server::writeSettings_(const Request& request, Undo& undo)
 {
     const SignalBlock block;
+    undo.add([this] { change_.end(); });
+    change_.begin(request.settingFilePath);
     undo.add([this] { manager_->putSettingFileBack(); });
     manager_->setFipsMode(request.fipsMode);
     manager_->writeSettingFile(request.policy, request.defaultRules, request.certificates);
@@ -169,6 +174,7 @@ void Server::acceptSettings_(std::optional<SettingFile>& superseded)
     manager_->keepSettingFile();
     if (superseded)
         attempt([&superseded] { superseded->remove(); });
+    change_.end();
 }
 
 void Server::launch_()
@@ -234,11 +240,23 @@ void Server::chooseFileToDelete_(const std::string& requested)
     }
 }
 
+// Even without memory for a note.
 void Server::deleteSettings_()
 {
+    attempt([this] {
+        const std::string path = manager_->getSettingFilePath();
+        if (!path.empty())
+            change_.beginRemoval(path);
+    });
     folder_.clearReason();
     folder_.clearInUse();
-    manager_->deleteSettingFile();
+    try {
+        manager_->deleteSettingFile();
+    } catch (...) {
+        change_.end();
+        throw;
+    }
+    change_.end();
 }
 
 // Adds what the engine says about a failed step to what the library says.

@@ -12,6 +12,7 @@
 #include "ServerLock.h"
 #include "SettingFolder.h"
 #include "Undo.h"
+#include "UnfinishedChange.h"
 
 #include <chrono>
 #include <memory>
@@ -39,7 +40,7 @@ struct Limits {
 /// SIGTERM and the like end the process at once except while the setting file and the record of it change.
 class Server {
 public:
-    /// Opens the setting directory and waits for its turn.
+    /// Opens the setting directory, waits for its turn and clears up what a killed server has left.
     /// @throws std::runtime_error of SettingFolder and ServerLock
     explicit Server(const Configuration& configuration, const Limits& limits = Limits());
 
@@ -83,6 +84,7 @@ private:
     Limits limits_;
     SettingFolder folder_;
     ServerLock lock_;
+    UnfinishedChange change_;
     std::unique_ptr<EngineSettingManager> manager_;
     EngineProcess engine_;
 };

@@ -82,6 +82,30 @@ void SettingFile::remove()
         throw std::runtime_error("can't delete the file");
 }
 
+bool SettingFile::isThere() const
+{
+    struct stat status = {};
+    return fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+void SettingFile::removeLeftovers() noexcept
+{
+    removeName_(newName_);
+    removeName_(oldName_);
+}
+
+void SettingFile::recover(bool wasThere) noexcept
+{
+    const SignalBlock block;
+    if (!wasThere)
+        removeName_(name_);
+    else
+        renameat(folder_.get(), oldName_.c_str(), folder_.get(), name_.c_str());
+    // Two names of one file stay two names.
+    removeLeftovers();
+    fsync(folder_.get());
+}
+
 // Keeps the present content under a second name. Says whether there is any.
 bool SettingFile::setAside_()
 {

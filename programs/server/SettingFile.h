@@ -41,6 +41,16 @@ public:
     /// @throws std::runtime_error "can't delete the file"
     void remove();
 
+    /// Whether there is anything under the name.
+    bool isThere() const;
+
+    /// After a server was killed: removes what it had kept aside and what it had not finished. The file stays.
+    void removeLeftovers() noexcept;
+
+    /// The same, but what the file held before takes its place again.
+    /// @param wasThere whether it held anything; else it is removed
+    void recover(bool wasThere) noexcept;
+
 private:
     bool setAside_();
     void write_(const std::string& content);

@@ -135,6 +135,11 @@ void SettingFolder::clearInUse() const
     unlinkat(directory_.get(), CURRENT, 0);
 }
 
+void SettingFolder::clearUnfinishedRecord() const
+{
+    unlinkat(directory_.get(), NEW_CURRENT, 0);
+}
+
 std::string SettingFolder::currentPath() const
 {
     return path_ + "/" + CURRENT;

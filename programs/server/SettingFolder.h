@@ -11,9 +11,11 @@
 ///     .reason      where the engine says why it did not accept its settings
 ///     .NAME.new    the new content of NAME before it takes its name
 ///     .NAME.old    the previous content of NAME until the new one is accepted
+///     .changing, .making, .superseded, .removing
+///                  which files a request changes, while it does
 ///     .strongswan  what that engine needs while it runs, and nobody else
 ///
-/// What a killed server left of these is replaced by the next one.
+/// What a killed server left of these is removed or replaced by the next one.
 
 #include "Descriptor.h"
 #include "SettingFile.h"
@@ -53,6 +55,8 @@ public:
     void setInUse(const std::string& path) const;
     /// Forgets it. No error if there is no record.
     void clearInUse() const;
+    /// Removes what a killed server left of a record that it had not made yet.
+    void clearUnfinishedRecord() const;
 
     /// The path that leads to the setting file in use.
     std::string currentPath() const;

@@ -29,6 +29,8 @@ void note(const char* call)
 
 bool fails(const char* call)
 {
+    if (disk.callsToLive >= 0 && disk.callsToLive-- == 0)
+        _exit(tests::KILLED);
     if (disk.call != call || !disk.calls.strikes())
         return false;
     errno = disk.error;
@@ -74,6 +76,11 @@ int linkat(int from, const char* name, int to, const char* newName, int flags) n
 int symlinkat(const char* target, int folder, const char* name) noexcept
 {
     return fails("symlinkat") ? -1 : static_cast<int>(syscall(SYS_symlinkat, target, folder, name));
+}
+
+int unlinkat(int folder, const char* name, int flags) noexcept
+{
+    return fails("unlinkat") ? -1 : static_cast<int>(syscall(SYS_unlinkat, folder, name, flags));
 }
 
 int renameat(int from, const char* name, int to, const char* newName) noexcept

@@ -1,8 +1,9 @@
 #ifndef TESTS_PROGRAMS_SERVER_DISK_H
 #define TESTS_PROGRAMS_SERVER_DISK_H
 
-// A disk that fails: the program's own openat, read, write, fsync, linkat, symlinkat and renameat stand
-// in for libc's and do their work unless a test says that one of them fails. A write into what is no file never does.
+// A disk that fails: the program's own openat, read, write, fsync, linkat, symlinkat, unlinkat and renameat stand
+// in for libc's and do their work unless a test says that one of them fails, or that the process ends there. A write
+// into what is no file never does.
 
 #include "Failures.h"
 
@@ -14,6 +15,9 @@
 
 namespace tests {
 
+/// The exit status of a process that ended at a call.
+constexpr int KILLED = 137;
+
 struct FailingDisk {
     std::string call; ///< the name of the calls that may fail; none if empty
     int error = 0;    ///< the errno of those that do
@@ -21,6 +25,8 @@ struct FailingDisk {
     std::size_t longestWrite = SIZE_MAX;
     std::function<void()> beforeRename;
     std::vector<std::string> asked; ///< what was synchronized and renamed, in order
+    long callsToLive =
+        -1; ///< the process ends at the call after so many, as if it were killed; never if negative
 
     /// Has the calls of a name fail from now on as `calls` says.
     void failAt(const std::string& name, int errorNumber)

@@ -13,8 +13,10 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -109,6 +111,22 @@ public:
                 std::string(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))));
     }
 
+    /// One exchange by a process that ends, as if it were killed, at a call on a file after so many. Whether it came
+    /// that far.
+    bool exchangeKilledAfter(long calls, const std::string& request)
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            disk.callsToLive = calls;
+            exchangeWith(request);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        adoptEngine_();
+        return WIFEXITED(status) && WEXITSTATUS(status) == tests::KILLED;
+    }
+
     bool engineRuns() const { return host.enginePid > 0; }
     bool moduleIsLoaded() const { return !tests::readFile(host.modules).empty(); }
     Names files() const { return tests::namesIn(directory); }
@@ -138,6 +156,16 @@ private:
         shutdown(ends[0], SHUT_WR);
         serverEnd_ = ends[1];
         return ends[0];
+    }
+
+    // The engine is what that process has made of it.
+    void adoptEngine_()
+    {
+        if (host.enginePid > 0 && waitpid(host.enginePid, nullptr, WNOHANG) == host.enginePid)
+            host.enginePid = -1;
+        const pid_t pid = tests::pidIn(host.pidFile);
+        if (pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0)
+            host.enginePid = pid;
     }
 
     void readSettings_() { engineHas_ = tests::readFile(directory + "/.current"); }
@@ -294,6 +322,41 @@ TEST_P(TheServer, AnswersTruthfullyWhicheverCallOnAFileFails)
         expectTheTruth();
         device.putBack();
     }
+}
+
+// Nothing but the setting file in use and the record of it, whichever request comes next.
+TEST_P(TheServer, LeavesNothingToTheNextOneWhereverItIsKilled)
+{
+    // Engines of processes that have ended become children of this one.
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1));
+    exchange();
+    const std::string whole = tests::readFile(device.directory + "/" + GetParam().file);
+    long calls = 0;
+    for (bool killed = true; killed; ++calls)
+        for (const bool shutDown : {false, true}) {
+            device.putBack();
+            killed = device.exchangeKilledAfter(calls, request);
+            SCOPED_TRACE("killed after " + std::to_string(calls) + " calls, then " +
+                         (shutDown ? "shutdown" : "settings"));
+            const bool ran = device.engineRuns();
+            const std::string path = device.directory + "/" + OLD_NAME;
+            device.exchangeWith(shutDown ? tests::shutdownText()
+                                : ran    ? tests::restartText(path)
+                                         : tests::startText(path));
+            EXPECT_EQ(!shutDown || ran, device.answer.find("success: ") == 0) << device.answer;
+            if (shutDown && ran) {
+                EXPECT_EQ(Names{}, device.files());
+                continue;
+            }
+            for (const std::string& name : device.files()) {
+                const std::string content = tests::readFile(device.directory + "/" + name);
+                ASSERT_TRUE(std::filesystem::is_symlink(device.directory + "/.current")) << name;
+                const std::string used = std::filesystem::read_symlink(device.directory + "/.current");
+                EXPECT_TRUE(name == ".current" || name == used) << name << " beside " << used;
+                EXPECT_TRUE(content == OLD || content == whole || !shutDown) << name << ": " << content;
+            }
+        }
+    EXPECT_LT(GetParam().expect == expectShutDown ? 5 : 20, calls);
 }
 
 INSTANTIATE_TEST_SUITE_P(, TheServer, ::testing::ValuesIn(SCENARIOS),
