@@ -59,8 +59,10 @@ void SettingFile::replace(const std::string& content)
 
 void SettingFile::keep() noexcept
 {
-    if (std::exchange(replaced_, false) && hadContent_)
-        removeName_(oldName_);
+    if (!std::exchange(replaced_, false) || !hadContent_)
+        return;
+    removeName_(oldName_);
+    fsync(folder_.get()); // what it held is not to come back after a power cut
 }
 
 void SettingFile::putBack() noexcept
@@ -80,6 +82,7 @@ void SettingFile::remove()
 {
     if (unlinkat(folder_.get(), name_.c_str(), 0) != 0)
         throw std::runtime_error("can't delete the file");
+    fsync(folder_.get());
 }
 
 bool SettingFile::isThere() const

@@ -123,8 +123,11 @@ void SettingFolder::setInUse(const std::string& path) const
     const std::string target = path.substr(path_.size() + 1);
     unlinkat(directory_.get(), NEW_CURRENT, 0);
     if (symlinkat(target.c_str(), directory_.get(), NEW_CURRENT) == 0 &&
-        renameat(directory_.get(), NEW_CURRENT, directory_.get(), CURRENT) == 0)
+        renameat(directory_.get(), NEW_CURRENT, directory_.get(), CURRENT) == 0) {
+        // After a power cut, too, the file is to be found and deleted once it is not in use any more.
+        fsync(directory_.get());
         return;
+    }
     const std::string why = programs::systemText(errno);
     unlinkat(directory_.get(), NEW_CURRENT, 0);
     throw std::runtime_error(currentPath() + ": " + why);

@@ -127,6 +127,25 @@ TEST_F(ServerSettingFaults, OfThePowerSupplyFindTheContentOnTheDiskBeforeItsName
     EXPECT_EQ((Names{"fsync file", "rename", "fsync folder"}), disk.asked);
 }
 
+TEST_F(ServerSettingFaults, OfThePowerSupplyBringNoDeletedContentBack)
+{
+    tests::writeFile(path, "old content");
+    SettingFile file = folder.locate(path);
+    file.replace("new content");
+    disk.asked.clear();
+    file.keep();
+    EXPECT_EQ(Names{"fsync folder"}, disk.asked) << "of the old content's name";
+    disk.asked.clear();
+    file.remove();
+    EXPECT_EQ(Names{"fsync folder"}, disk.asked);
+}
+
+TEST_F(ServerSettingFaults, OfThePowerSupplyFindTheFileInUseRemembered)
+{
+    folder.setInUse(path);
+    EXPECT_EQ((Names{"rename", "fsync folder"}), disk.asked);
+}
+
 TEST_F(ServerSettingFaults, OfAFullDiskDoNotKeepTheOldContentFromComingBack)
 {
     tests::writeFile(path, "old content");
