@@ -204,8 +204,8 @@ TEST_F(ServerAttack, FromATerminalStopsNoServerThatIsAtWork)
 
 TEST_F(ServerAttack, WithATimerEndsNoServerThatIsAtWork)
 {
-    configureScript("sleep 0.5; exit 1\n");
-    EXPECT_EQ("failure: Can't start service", startBy({"alarm=200"}));
+    configureScript("sleep 1.5; exit 1\n");
+    EXPECT_EQ("failure: Can't start service", startBy({"alarm=1000"}));
     EXPECT_EQ(Names{}, files());
 }
 
