@@ -17,7 +17,6 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <syslog.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -80,14 +79,7 @@ void ServerHost::startEngine()
     char* envp[] = {nullptr};
     if (posix_spawn(&enginePid, program.c_str(), nullptr, nullptr, argv, envp) != 0)
         throw std::runtime_error("cannot start the engine");
-    // The process may go on as the engine a moment before the system says that it is.
-    const std::string link = "/proc/" + std::to_string(enginePid) + "/exe";
-    const auto isThere = [&] {
-        std::error_code error;
-        return std::filesystem::read_symlink(link, error) == std::filesystem::canonical(engine);
-    };
-    if (!eventually(isThere))
-        throw std::runtime_error("the engine does not run");
+    waitForProgramOf(enginePid);
     writeFile(pidFile, std::to_string(enginePid) + "\n");
 }
 

@@ -21,6 +21,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -214,6 +215,17 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts)
 
 } // namespace
 
+void waitForProgramOf(pid_t pid)
+{
+    const std::string link = "/proc/" + std::to_string(pid) + "/exe";
+    const bool there = eventually([&link] {
+        std::error_code error;
+        return std::filesystem::read_symlink(link, error) != std::filesystem::read_symlink("/proc/self/exe");
+    });
+    if (!there)
+        throw std::runtime_error("no other program runs");
+}
+
 Process::Process(const std::vector<std::string>& command, const std::vector<std::string>& environment)
 {
     std::array<int, 2> ends = {};
@@ -233,6 +245,7 @@ Process::Process(const std::vector<std::string>& command, const std::vector<std:
     close(ends[1]);
     if (error != 0)
         throw std::runtime_error("cannot start " + command.front());
+    waitForProgramOf(pid_);
 }
 
 Process::~Process()

@@ -115,6 +115,9 @@ private:
     int status_ = -1;
 };
 
+/// Waits until the system says that a process that was just spawned runs another program than this one:
+/// posix_spawn may return a moment earlier.
+void waitForProgramOf(pid_t pid);
 /// Whether the process exists and is no zombie.
 bool lives(pid_t pid);
 /// What a pid file says; -1 if nothing.
