@@ -19,8 +19,8 @@ ROUNDS = 5
 PAUSES = "/run/slept"
 HEAD = """# What client and server take on a 32-bit ARM device
 
-Made by `scripts/device-test measures`, not written by hand: {date}, on an emulated {model} with Debian's kernel {kernel}
-and the engine `standalone`. The build is that of the preset `armhf` (MinSizeRel), as it is installed.
+Made by `scripts/device-test measures`, not written by hand: {date}, on an emulated {model} with Debian's kernel
+{kernel} and the engine `standalone`. The build is that of the preset `armhf` (MinSizeRel), as it is installed.
 """
 
 
