@@ -6,7 +6,7 @@ target_link_libraries(server_support PUBLIC ipseccfg PRIVATE ipseccfg_build)
 
 ipseccfg_test(server
     SOURCES server_answer.cpp server_configuration.cpp server_request.cpp server_setting_folder.cpp
-            server_engine_process.cpp server_settings.cpp
+            server_engine_process.cpp server_settings.cpp server_undo.cpp
     LIBRARIES ipseccfg_server ipseccfg_standalone server_support)
 
 # The program's own openat, write, renameat... stand in for libc's.

@@ -47,6 +47,8 @@ int openat(int folder, const char* path, int flags, ...)
     va_start(rest, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
+    if (disk.beforeOpening)
+        disk.beforeOpening(path);
     return fails("openat") ? -1
                            : static_cast<int>(syscall(SYS_openat, folder, path, flags | O_LARGEFILE, mode));
 }

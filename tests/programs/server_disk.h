@@ -24,6 +24,7 @@ struct FailingDisk {
     FailurePoint calls;
     std::size_t longestWrite = SIZE_MAX;
     std::function<void()> beforeRename;
+    std::function<void(const std::string& name)> beforeOpening;
     std::vector<std::string> asked; ///< what was synchronized and renamed, in order
     long callsToLive =
         -1; ///< the process ends at the call after so many, as if it were killed; never if negative

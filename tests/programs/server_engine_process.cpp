@@ -5,6 +5,7 @@
 #include "server_support.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -106,6 +107,13 @@ TEST_F(ServerEngineProcess, NeedsAPidFileThatIsAFile)
 {
     ASSERT_EQ(0, mkfifo(pidFile.c_str(), 0600));
     EXPECT_FALSE(engine.find());
+    // Whatever comes out of it.
+    const tests::Process process({program, "100"});
+    const int pipe = open(pidFile.c_str(), O_RDWR | O_CLOEXEC);
+    const std::string line = std::to_string(process.pid()) + "\n";
+    ASSERT_EQ(static_cast<ssize_t>(line.size()), write(pipe, line.data(), line.size()));
+    EXPECT_FALSE(engine.find());
+    close(pipe);
 }
 
 TEST_F(ServerEngineProcess, MayBeAScript)

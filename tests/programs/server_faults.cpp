@@ -11,9 +11,11 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -202,6 +204,48 @@ TEST_F(ServerSettingFaults, OfTheProcessItselfWaitUntilTheFileIsWhole)
     sigset_t blocked;
     sigprocmask(SIG_BLOCK, nullptr, &blocked);
     EXPECT_EQ(0, sigismember(&blocked, SIGTERM));
+}
+
+// Not even one that came after the name was found free.
+TEST_F(ServerSettingFaults, OfANameThatIsTakenWriteIntoNoFileOfAnother)
+{
+    const std::string victim = temporary / "victim";
+    const std::string newName = directory + "/.engine.conf.new";
+    tests::writeFile(path, "old content");
+    tests::writeFile(victim, "untouched");
+    const auto replaceWhile = [&](const std::function<int()>& take) {
+        bool taken = false;
+        disk.beforeOpening = [&](const std::string& name) {
+            if (name == ".engine.conf.new" && !std::exchange(taken, true)) {
+                EXPECT_EQ(0, take());
+            }
+        };
+        EXPECT_EQ(path + ": File exists", replace(folder.locate(path)));
+        EXPECT_TRUE(taken);
+        EXPECT_EQ("old content", tests::readFile(path));
+        EXPECT_EQ(Names{"engine.conf"}, tests::namesIn(directory));
+    };
+    replaceWhile([&] { return symlink(victim.c_str(), newName.c_str()); });
+    EXPECT_EQ("untouched", tests::readFile(victim));
+    replaceWhile([&] { return link(victim.c_str(), newName.c_str()); });
+    EXPECT_EQ("untouched", tests::readFile(victim));
+    replaceWhile([&] { return symlink((temporary / "none").c_str(), newName.c_str()); });
+    EXPECT_FALSE(tests::exists(temporary / "none"));
+}
+
+// However late it comes: what is looked at is what was opened.
+TEST_F(ServerSettingFaults, OfAFolderThatBecomesALinkLeadNowhereElse)
+{
+    const std::string below = directory + "/below";
+    ASSERT_EQ(0, mkdir(below.c_str(), 0700));
+    ASSERT_EQ(0, mkdir((temporary / "elsewhere").c_str(), 0700));
+    disk.beforeOpening = [&](const std::string& name) {
+        if (name == "below" && rmdir(below.c_str()) == 0) {
+            EXPECT_EQ(0, symlink((temporary / "elsewhere").c_str(), below.c_str()));
+        }
+    };
+    EXPECT_EQ("setting-file-path: " + below + "/x: the folder 'below': is a link",
+              tests::textThrownBy<std::runtime_error>([&] { folder.locate(below + "/x"); }));
 }
 
 TEST(ServerRequestFaults, DoNotEndARequestThatIsOnlyInterrupted)

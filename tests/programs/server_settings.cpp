@@ -258,6 +258,31 @@ TEST_F(ServerSettings, ComeWithCommandLinesFromTheConfigurationAlone)
     EXPECT_EQ("/run/engine.pid", pidFile);
 }
 
+TEST_F(ServerSettings, ComeWithCommandLinesOfOneWordAPath)
+{
+    configuration.serviceCommand = "/opt/my engine";
+    configuration.pidFile = "/run/it's mine";
+    const SettingFolder spaced(temporary / "my settings");
+    const auto other = createSettingManager(configuration, spaced);
+    std::string command;
+    std::string option;
+    other->getCommand(false, command, option);
+    EXPECT_EQ("'/opt/my engine'", command);
+    EXPECT_EQ("-v --setting-file '" + spaced.path() +
+                  "/.current' --pid-file '/run/it'\\''s mine' --reason-file '" + spaced.path() + "/.reason'",
+              option);
+}
+
+TEST_F(ServerSettings, AreNeverThePidFile)
+{
+    configuration.pidFile = folder.path() + "/engine.pid";
+    const auto other = createSettingManager(configuration, folder);
+    const std::string path = folder.path() + "/engine.pid";
+    EXPECT_EQ("setting-file-path: " + path + ": is the engine's pid file",
+              tests::textThrownBy<std::runtime_error>([&] { other->setSettingFilePath(path); }));
+    EXPECT_EQ("", other->getSettingFilePath());
+}
+
 TEST_F(ServerSettings, NeedNoWatchdogAndNoNetworkConfiguration)
 {
     std::string command = "x";
