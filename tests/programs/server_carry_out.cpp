@@ -1,5 +1,6 @@
 // What a start, a restart and a shutdown do to the host, and what they take back when a step fails.
 
+#include "Swapper.h"
 #include "server_host.h"
 
 #include "Channel.h"
@@ -499,6 +500,30 @@ TEST_F(ServerCarryOut, RestartOfAPolicyThatTheEngineCannotDoTouchesNothing)
     EXPECT_EQ(content, settings());
     lstat((directory + "/.current").c_str(), &after);
     EXPECT_EQ(before.st_ino, after.st_ino) << "the record was made anew";
+}
+
+TEST_F(ServerCarryOut, RestartWritesNothingOutsideTheFolderWhateverTakesTheSettingFilesPlace)
+{
+    const tests::TemporaryFolder outside;
+    std::filesystem::create_directory(outside / "folder");
+    tests::writeFile(outside / "victim", "untouched");
+    start();
+    int done = 0;
+    int refused = 0;
+    {
+        const tests::Swapper swapper(directory, outside.path());
+        for (int request = 0; request < 200 || ((done == 0 || refused == 0) && request < 20000); ++request) {
+            const bool success =
+                carryOut(tests::restartText(directory + "/below/engine.conf")).find("success: ") == 0;
+            ++(success ? done : refused);
+        }
+    }
+    // Else there was no race.
+    EXPECT_GT(done, 0);
+    EXPECT_GT(refused, 0);
+    EXPECT_EQ(Lines{}, tests::namesIn(outside / "folder"));
+    EXPECT_EQ((Lines{"folder", "victim"}), tests::namesIn(outside.path()));
+    EXPECT_EQ("untouched", tests::readFile(outside / "victim"));
 }
 
 // Shutdown.

@@ -4,6 +4,7 @@
 #include "ServerLock.h"
 #include "SettingFolder.h"
 
+#include "Swapper.h"
 #include "server_support.h"
 
 #include <fcntl.h>
@@ -184,6 +185,33 @@ TEST_F(ServerSettingFolder, FollowsNoLinkThatTakesAFoldersPlaceAfterTheCheck)
     file.keep();
     EXPECT_EQ(Names{}, tests::namesIn(temporary / "elsewhere"));
     EXPECT_EQ("settings", tests::readFile(directory + "/moved/engine.conf"));
+}
+
+TEST_F(ServerSettingFolder, LeadsNowhereElseHoweverFastLinksComeAndGo)
+{
+    const tests::TemporaryFolder outside;
+    std::filesystem::create_directory(outside / "folder");
+    tests::writeFile(outside / "victim", "untouched");
+    int found = 0;
+    int refused = 0;
+    {
+        const tests::Swapper swapper(directory, outside.path());
+        for (int attempt = 0; attempt < 20000 || ((found == 0 || refused == 0) && attempt < 1000000);
+             ++attempt)
+            try {
+                SettingFile file = folder.locate(directory + "/below/engine.conf");
+                ++found;
+                file.replace("settings");
+                file.keep();
+            } catch (const std::runtime_error&) {
+                ++refused;
+            }
+    }
+    // Else there was no race.
+    EXPECT_GT(found, 0);
+    EXPECT_GT(refused, 0);
+    EXPECT_EQ(Names{}, tests::namesIn(outside / "folder"));
+    EXPECT_EQ("untouched", tests::readFile(outside / "victim"));
 }
 
 TEST_F(ServerSettingFolder, RemovesALinkThatTookTheFilesPlaceNotWhatItLeadsTo)
