@@ -172,7 +172,7 @@ void XmlRpcWriter::writeMember_(const CMember& member)
 // Nearly all of a message are scalar members. What stands around their names and values is put together once.
 void XmlRpcWriter::writeScalar_(const CMember& member)
 {
-    ScalarFrame& frame = scalarFrames_[member.type_];
+    ScalarFrame& frame = scalarFrames_[static_cast<std::size_t>(member.type_)];
     if (frame.begin.empty()) {
         const ValueElement& element = VALUE_ELEMENTS[member.type_];
         const std::string outer(lineAt_(depth_));
