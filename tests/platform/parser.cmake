@@ -21,7 +21,7 @@ find_package(Python3 COMPONENTS Interpreter)
 if(Python3_FOUND)
     add_test(NAME platform_parser.Interoperation.WithPythonsXmlRpc
         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/parser_interop.py $<TARGET_FILE:parser_echo>)
-    set_tests_properties(platform_parser.Interoperation.WithPythonsXmlRpc PROPERTIES TIMEOUT 120)
+    set_tests_properties(platform_parser.Interoperation.WithPythonsXmlRpc PROPERTIES TIMEOUT 600) # under emulation
 else()
     add_test(NAME platform_parser.Interoperation.WithPythonsXmlRpc
         COMMAND ${CMAKE_COMMAND} -E echo "skipped: there is no Python 3")
