@@ -131,7 +131,24 @@ CommandLine unread(int argc, const char* const* argv)
     return line;
 }
 
-// For a command line without a command, with the one that an argument is most likely a slip of.
+// What other tools call what a command does.
+struct OtherName {
+    const char* name;
+    const char* command;
+};
+constexpr OtherName OTHER_NAMES[] = {{"up", "start"},      {"load", "start"},    {"reload", "restart"},
+                                     {"stop", "shutdown"}, {"down", "shutdown"}, {"verify", "check"},
+                                     {"list", "show"},     {"compare", "diff"},  {"new", "init"}};
+
+std::string commandMeantBy(const std::string& argument, const std::vector<std::string>& commands)
+{
+    for (const OtherName& other : OTHER_NAMES)
+        if (argument == other.name)
+            return " (did you mean " + quoted(other.command) + "?)";
+    return suggestion(argument, commands);
+}
+
+// For a command line without a command, with the one that an argument is most likely meant to be.
 std::string commandNeeded(int argc, const char* const* argv)
 {
     std::vector<std::string> names;
@@ -139,7 +156,7 @@ std::string commandNeeded(int argc, const char* const* argv)
         names.emplace_back(facts.name);
     std::string hint;
     for (const char* const* argument = argv + 1; argument < argv + argc && hint.empty(); ++argument)
-        hint = suggestion(*argument, names);
+        hint = commandMeantBy(*argument, names);
     return "a command is needed, one of " + listed(names) + hint;
 }
 

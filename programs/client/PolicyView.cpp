@@ -22,7 +22,7 @@ using programs::nameOf;
 std::string authentication(const programs::TransformAttributes& transform)
 {
     const std::string name = nameOf(programs::AUTHENTICATIONS, *transform.authentication);
-    return transform.authenticationData.empty() ? name : name + " (key " + transform.authenticationData + ")";
+    return transform.authenticationData.empty() ? name : name + " " + transform.authenticationData;
 }
 
 } // namespace
@@ -37,8 +37,7 @@ std::string inWords(const programs::TransformAttributes& transform)
         words.push_back(authentication(transform));
     if (transform.group)
         words.push_back(std::string("group ") + nameOf(programs::GROUPS, *transform.group));
-    words.push_back("lifetime " + std::to_string(*transform.lifeDuration) + " " +
-                    nameOf(programs::LIFE_TYPES, *transform.lifeType));
+    words.push_back("for " + std::to_string(*transform.lifeDuration) + " s");
     return listed(words);
 }
 
@@ -75,25 +74,36 @@ std::string engine(const Policy& policy)
                                  {"namespace", cell(policy.store.getNsName())}});
 }
 
-Row rowOf(const FilterRule& rule, std::size_t number)
+std::vector<common::FilterRulePtr> rulesOf(const Policy& policy)
 {
-    return {std::to_string(number),
-            nameOf(programs::ACTIONS, rule.getFilterType()),
-            rule.getSrcIpAddress(),
-            rule.getDstIpAddress(),
-            nameOf(programs::IDENTITY_TYPES, rule.getIdentityType()),
-            cell(rule.getSrcIdentity()),
-            cell(rule.getDstIdentity()),
-            std::to_string(rule.getPriority())};
+    std::vector<common::FilterRulePtr> rules;
+    for (const common::FilterSet& set : {policy.store.getFilterRules(), policy.defaultRules})
+        rules.insert(rules.end(), set.begin(), set.end());
+    return rules;
 }
 
+bool hasIdentities(const common::FilterRulePtr& rule)
+{
+    return rule->getIdentityType() != FilterRule::IdentityNone;
+}
+
+// The columns that few rules fill come last, and only if there is one of these, so that most tables fit a terminal.
 std::string rules(const Policy& policy)
 {
-    std::vector<Row> rows = {{"#", "action", "source", "destination", "identity-type", "source-identity",
-                              "destination-identity", "priority"}};
-    for (const common::FilterSet& set : {policy.store.getFilterRules(), policy.defaultRules})
-        for (const common::FilterRulePtr& rule : set)
-            rows.push_back(rowOf(*rule, rows.size() - 1));
+    const auto rules = rulesOf(policy);
+    const bool identities = std::any_of(rules.begin(), rules.end(), hasIdentities);
+    std::vector<Row> rows = {{"#", "priority", "action", "source", "destination"}};
+    if (identities)
+        rows.front().insert(rows.front().end(), {"identity-type", "source-identity", "destination-identity"});
+    for (const common::FilterRulePtr& rule : rules) {
+        rows.push_back({std::to_string(rows.size() - 1), std::to_string(rule->getPriority()),
+                        nameOf(programs::ACTIONS, rule->getFilterType()), rule->getSrcIpAddress(),
+                        rule->getDstIpAddress()});
+        if (identities)
+            rows.back().insert(rows.back().end(),
+                               {nameOf(programs::IDENTITY_TYPES, rule->getIdentityType()),
+                                cell(rule->getSrcIdentity()), cell(rule->getDstIdentity())});
+    }
     return rows.size() == 1 ? "Rules: none\n" : "Rules\n" + aligned(rows);
 }
 

@@ -15,7 +15,7 @@ namespace norvale::tamber::systemdata::ipseccfg::client {
 /// order in which they are sent: those that protect traffic first. Secrets are shown as they are in `policy`.
 std::string viewOf(const Policy& policy);
 
-/// One transform as the tree shows it: "AES 256 bits, SHA256, PSK (key KEY), group 14, lifetime 28800 seconds".
+/// One transform as the tree shows it: "AES 256 bits, SHA256, PSK KEY, group 14, for 28800 s".
 std::string inWords(const programs::TransformAttributes& transform);
 
 } // namespace norvale::tamber::systemdata::ipseccfg::client

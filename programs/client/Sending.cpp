@@ -105,6 +105,14 @@ std::string advice(const std::system_error& error)
     return "try again later, or name another server with --server or IPSECCFGSERVER";
 }
 
+// What went wrong without the name of the class that found it, which is nobody's business here.
+std::string reasonOf(const std::exception& error)
+{
+    const std::string reason = error.what();
+    const std::string prefix = "CRequester: ";
+    return reason.rfind(prefix, 0) == 0 ? reason.substr(prefix.size()) : reason;
+}
+
 bool isFault(const std::exception& error)
 {
     return std::string(error.what()).rfind("Error rsp: ", 0) == 0;
@@ -135,7 +143,7 @@ Outcome exchange(const std::function<int(common::XmlRpcSendPolicy&)>& request)
         send(request, outcome);
     } catch (const std::system_error& error) {
         outcome.status = Status::NoAnswer;
-        outcome.detail = std::string("no server: ") + error.what() + "; " + advice(error);
+        outcome.detail = "no server: " + reasonOf(error) + "; " + advice(error);
     } catch (const std::exception& error) {
         outcome.status = isFault(error) ? Status::Failure : Status::NoAnswer;
         outcome.detail =

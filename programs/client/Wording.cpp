@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
@@ -25,19 +26,22 @@ std::string folded(std::string word)
     return word;
 }
 
-// The number of letters to insert, to leave out or to change (Levenshtein's distance), row by row.
+// The number of letters to insert, to leave out, to change or to let change places with their neighbour (Levenshtein's
+// distance, with Damerau's extension), row by row.
 std::size_t distanceBetween(const std::string& one, const std::string& other)
 {
+    std::vector<std::size_t> above;
     std::vector<std::size_t> row(other.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 0; i < one.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i + 1;
+        std::vector<std::size_t> next = {i + 1};
         for (std::size_t j = 0; j < other.size(); ++j) {
-            const std::size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
+            const std::size_t changed = row[j] + (one[i] == other[j] ? 0 : 1);
+            next.push_back(std::min({changed, row[j + 1] + 1, next[j] + 1}));
+            if (i > 0 && j > 0 && one[i] == other[j - 1] && one[i - 1] == other[j])
+                next.back() = std::min(next.back(), above[j - 1] + 1);
         }
+        above = std::exchange(row, next);
     }
     return row.back();
 }

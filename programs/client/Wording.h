@@ -19,8 +19,8 @@ std::string listed(const std::vector<std::string>& words);
 
 /// " (did you mean 'WORD'?)" for the one of `known` that `word` is most likely a slip of, else nothing.
 ///
-/// Case does not count, nor does '_' in place of '-'; beyond that a third of the letters may be wrong, or the
-/// end be missing.
+/// Case does not count, nor does '_' in place of '-'; beyond that a third of the letters may be wrong (two that
+/// changed places count as one), or the end be missing.
 std::string suggestion(const std::string& word, const std::vector<std::string>& known);
 
 /// "1 problem", "2 problems".

@@ -99,6 +99,14 @@ TEST(CommandLine, ThatIsWrongIsRefusedWithTheReason)
          "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
          "mean "
          "'start'?)"},
+        {{"strat", "p"},
+         "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
+         "mean "
+         "'start'?)"},
+        {{"stop"},
+         "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
+         "mean "
+         "'shutdown'?)"},
         {{"start"}, "POLICY is required"},
         {{"start", "a", "b"}, "The following argument was not expected: b"},
         {{"start", "a", "check", "b"}, "The following arguments were not expected: b check"},

@@ -120,23 +120,23 @@ const Change CHANGES[] = {
      withRules(rule("use", "192.0.2.1", "10") + rule("bypass", "192.0.2.1", "9")),
      "+ rule 192.0.2.1 -> 192.0.2.2 (2): bypass, priority 9\n"},
     {"AnAddedTransform", policyOf(transform("1")), policyOf(transform("1") + transform("2", "group = 14\n")),
-     "+ phase 1, proposal 1, transform 2: AES 256 bits, SHA256, group 14, lifetime 28800 seconds\n"},
+     "+ phase 1, proposal 1, transform 2: AES 256 bits, SHA256, group 14, for 28800 s\n"},
     {"ARemovedTransform", policyOf(transform("1") + transform("2")), policyOf(transform("2")),
-     "- phase 1, proposal 1, transform 1: AES 256 bits, SHA256, lifetime 28800 seconds\n"},
+     "- phase 1, proposal 1, transform 1: AES 256 bits, SHA256, for 28800 s\n"},
     {"AnAttributeOfATransform", policyOf(transform("1")), policyOf(transform("1", "group = 14\n")),
-     "~ phase 1, proposal 1, transform 1: AES 256 bits, SHA256, lifetime 28800 seconds\n"
-     "  now AES 256 bits, SHA256, group 14, lifetime 28800 seconds\n"},
+     "~ phase 1, proposal 1, transform 1: AES 256 bits, SHA256, for 28800 s\n"
+     "  now AES 256 bits, SHA256, group 14, for 28800 s\n"},
     {"TransformsInAnotherOrder", policyOf(transform("1") + transform("2") + transform("3")),
      policyOf(transform("2") + transform("1") + transform("4")),
-     "- phase 1, proposal 1, transform 3: AES 256 bits, SHA256, lifetime 28800 seconds\n"
-     "+ phase 1, proposal 1, transform 4: AES 256 bits, SHA256, lifetime 28800 seconds\n"
+     "- phase 1, proposal 1, transform 3: AES 256 bits, SHA256, for 28800 s\n"
+     "+ phase 1, proposal 1, transform 4: AES 256 bits, SHA256, for 28800 s\n"
      "> phase 1, order of preference: phase 1, proposal 1, transform 1; phase 1, proposal 1, transform 2\n"
      "  now phase 1, proposal 1, transform 2; phase 1, proposal 1, transform 1\n"},
     {"AKey", withKey("swordfish"), withKey("tuna"),
-     "~ phase 1, proposal 1, transform 1: AES 256 bits, SHA256, PSK (key ********), lifetime 28800 seconds\n"
-     "  now AES 256 bits, SHA256, PSK (key ********), lifetime 28800 seconds, with another key\n"},
+     "~ phase 1, proposal 1, transform 1: AES 256 bits, SHA256, PSK ********, for 28800 s\n"
+     "  now AES 256 bits, SHA256, PSK ********, for 28800 s, with another key\n"},
     {"TheSecondPhase", withRules(""), tests::ENGINE + "[[phase1.proposal]]\nid = 1\n" + transform("1"),
-     "- phase 2, proposal 1, transform 1: AES 256 bits, SHA256, lifetime 3600 seconds\n"},
+     "- phase 2, proposal 1, transform 1: AES 256 bits, SHA256, for 3600 s\n"},
     {"EachSettingOfTheEngine", tests::ENGINE,
      "[engine]\nsetting-file = \"/run/e.conf\"\nfips = true\nnamespace = \"blue\"\n",
      "~ engine, setting-file: /run/engine.conf\n  now /run/e.conf\n"

@@ -154,6 +154,8 @@ TEST(Suggestion, IsTheNearestKnownWordIfItIsNear)
                           {"source_identity", " (did you mean 'source-identity'?)"},
                           {"sourceidentity", " (did you mean 'source-identity'?)"},
                           {"prority", " (did you mean 'priority'?)"},
+                          {"iD", " (did you mean 'id'?)"},
+                          {"proirity", " (did you mean 'priority'?)"},
                           {"ID", " (did you mean 'id'?)"},
                           {"Prio", " (did you mean 'priority'?)"},
                           {"so", ""},

@@ -6,6 +6,7 @@
 #include "Masking.h"
 #include "PolicyView.h"
 #include "RequestText.h"
+#include "StarterPolicy.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -93,35 +94,46 @@ Policy policyOf(const std::string& text)
 
 TEST(PolicyView, ShowsTreesAndTables)
 {
-    EXPECT_EQ(
-        "Engine\n"
-        "  setting file  /run/engine.conf\n"
-        "  FIPS mode     on\n"
-        "  namespace     blue\n"
-        "\n"
-        "Phase 1\n"
-        "  |- proposal 1\n"
-        "  |  |- transform 1: AES 256 bits, SHA256, PSK (key ********), group 14, lifetime 28800 seconds\n"
-        "  |  `- transform 2: 3DES, SHA1, RSA_SIG, group 24, lifetime 3600 seconds\n"
-        "  `- proposal 2\n"
-        "     `- transform 1: AES-GCM 128 bits, SHA384, lifetime 60 seconds\n"
-        "\n"
-        "Phase 2\n"
-        "  `- proposal 1\n"
-        "     `- transform 1: AES-GCM 192 bits, AES-GCM, PSK (key ********), lifetime 3600 seconds\n"
-        "\n"
-        "Rules\n"
-        "  #  action  source       destination      identity-type  source-identity  destination-identity  "
-        "priority\n"
-        "  0  use     2001:db8::1  2001:db8:1::/48  dn             CN=ger\u00e4t         CN=gateway          "
-        "  10\n"
-        "  1  bypass  192.0.2.1    192.0.2.53       none           -                -                     5\n"
-        "\n"
-        "Certificates\n"
-        "  kind        certificate  private-key\n"
-        "  end-entity  /dev/null    /dev/zero\n"
-        "  root-ca     /dev/full    -\n",
-        viewOf(masked(policyOf(POLICY))));
+    EXPECT_EQ("Engine\n"
+              "  setting file  /run/engine.conf\n"
+              "  FIPS mode     on\n"
+              "  namespace     blue\n"
+              "\n"
+              "Phase 1\n"
+              "  |- proposal 1\n"
+              "  |  |- transform 1: AES 256 bits, SHA256, PSK ********, group 14, for 28800 s\n"
+              "  |  `- transform 2: 3DES, SHA1, RSA_SIG, group 24, for 3600 s\n"
+              "  `- proposal 2\n"
+              "     `- transform 1: AES-GCM 128 bits, SHA384, for 60 s\n"
+              "\n"
+              "Phase 2\n"
+              "  `- proposal 1\n"
+              "     `- transform 1: AES-GCM 192 bits, AES-GCM, PSK ********, for 3600 s\n"
+              "\n"
+              "Rules\n"
+              "  #  priority  action  source       destination      identity-type  source-identity  "
+              "destination-identity\n"
+              "  0  10        use     2001:db8::1  2001:db8:1::/48  dn             CN=ger\u00e4t         "
+              "CN=gateway\n"
+              "  1  5         bypass  192.0.2.1    192.0.2.53       none           -                -\n"
+              "\n"
+              "Certificates\n"
+              "  kind        certificate  private-key\n"
+              "  end-entity  /dev/null    /dev/zero\n"
+              "  root-ca     /dev/full    -\n",
+              viewOf(masked(policyOf(POLICY))));
+}
+
+TEST(PolicyView, OfAPolicyToBeginWithFitsATerminal)
+{
+    std::istringstream view(viewOf(masked(policyOf(ipseccfg::client::starterPolicy()))));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(view, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+        lines.push_back(line);
+    }
+    EXPECT_THAT(lines, testing::Contains("  #  priority  action  source     destination"));
+    EXPECT_THAT(lines, testing::Contains("  0  10        use     192.0.2.1  192.0.2.2"));
 }
 
 TEST(PolicyView, SaysWhatThereIsNot)
@@ -144,15 +156,15 @@ TEST(PolicyView, SaysWhatThereIsNot)
 TEST(PolicyView, ShowsKeysOfAPolicyThatIsNotMasked)
 {
     const std::string view = viewOf(policyOf(POLICY));
-    EXPECT_THAT(view, HasSubstr("PSK (key swordfish)"));
-    EXPECT_THAT(view, HasSubstr("PSK (key a much longer pre-shared key)"));
+    EXPECT_THAT(view, HasSubstr("PSK swordfish"));
+    EXPECT_THAT(view, HasSubstr("PSK a much longer pre-shared key"));
 }
 
 TEST(Masked, LeavesTheOriginalAsItIs)
 {
     const Policy policy = policyOf(POLICY);
     masked(policy);
-    EXPECT_THAT(viewOf(policy), HasSubstr("PSK (key swordfish)"));
+    EXPECT_THAT(viewOf(policy), HasSubstr("PSK swordfish"));
 }
 
 TEST(Masked, DiffersFromTheOriginalInTheKeysOnly)
