@@ -72,7 +72,8 @@ void blockSignals(const std::string& /*value*/)
 void setAlarm(const std::string& milliseconds)
 {
     itimerval timer = {};
-    timer.it_value.tv_usec = std::stol(milliseconds) * 1000;
+    const long number = std::stol(milliseconds);
+    timer.it_value = {number / 1000, number % 1000 * 1000};
     require(setitimer(ITIMER_REAL, &timer, nullptr) == 0, "setitimer");
 }
 
