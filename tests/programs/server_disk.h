@@ -26,8 +26,7 @@ struct FailingDisk {
     std::function<void()> beforeRename;
     std::function<void(const std::string& name)> beforeOpening;
     std::vector<std::string> asked; ///< what was synchronized and renamed, in order
-    long callsToLive =
-        -1; ///< the process ends at the call after so many, as if it were killed; never if negative
+    FailurePoint death;             ///< the process ends there, as if it were killed
 
     /// Has the calls of a name fail from now on as `calls` says.
     void failAt(const std::string& name, int errorNumber)

@@ -117,7 +117,7 @@ public:
     {
         const pid_t child = fork();
         if (child == 0) {
-            disk.callsToLive = calls;
+            disk.death.arm(calls);
             exchangeWith(request);
             _exit(0);
         }
