@@ -205,7 +205,7 @@ TEST_F(ServerAttack, FromATerminalStopsNoServerThatIsAtWork)
 TEST_F(ServerAttack, WithATimerEndsNoServerThatIsAtWork)
 {
     configureScript("sleep 1.5; exit 1\n");
-    EXPECT_EQ("failure: Can't start service", startBy({"alarm=1000"}));
+    EXPECT_EQ("failure: Can't start service", startBy({"alarm=900"}));
     EXPECT_EQ(Names{}, files());
 }
 
