@@ -50,8 +50,7 @@ void addOptions(CLI::App& app, Options& options)
 {
     app.add_flag("--json", options.json, "Print one JSON object");
     app.add_flag("-v,--verbose", options.verbose, "Print the server's whole answer too");
-    app.add_option("--server", options.server, "The server's executable or socket")
-        ->type_name("PATH");
+    app.add_option("--server", options.server, "The server's executable or socket")->type_name("PATH");
     app.set_help_flag("-h,--help", "Print this help");
     app.set_version_flag("--version", "ipseccfgctl " IPSECCFG_VERSION, "Print the version");
 }
