@@ -90,7 +90,7 @@ using Value = std::unique_ptr<xmlrpc_value, Release>;
 
 } // namespace
 
-std::string encodeByXmlrpcC(const FilterSet& rules)
+std::size_t encodeByXmlrpcC(const FilterSet& rules)
 {
     Environment environment;
     const Value array(xmlrpc_array_new(environment));
@@ -113,10 +113,9 @@ std::string encodeByXmlrpcC(const FilterSet& rules)
     xmlrpc_mem_block* const text = xmlrpc_mem_block_new(environment, 0);
     xmlrpc_serialize_call(environment, text, "/usr/sbin/systemdataIPsecCfgServer", params.get());
     environment.check();
-    std::string result(static_cast<const char*>(xmlrpc_mem_block_contents(text)),
-                       xmlrpc_mem_block_size(text));
+    const std::size_t size = xmlrpc_mem_block_size(text);
     xmlrpc_mem_block_free(text);
-    return result;
+    return size;
 }
 
 FilterSet decodeByXmlrpcC(const std::string& text)

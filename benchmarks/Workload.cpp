@@ -40,11 +40,28 @@ void write(parser::CArrayParser& array, std::ostream& stream)
         throw std::runtime_error("the message cannot be written");
 }
 
+// Gathers what is written in one text, without a copy of it in the end.
+class Text : public std::streambuf {
+public:
+    std::string take() { return std::move(text_); }
+
+protected:
+    std::streamsize xsputn(const char* bytes, std::streamsize size) override
+    {
+        text_.append(bytes, static_cast<std::size_t>(size));
+        return size;
+    }
+
+private:
+    std::string text_;
+};
+
 std::string toText(parser::CArrayParser& array)
 {
-    std::ostringstream text;
-    write(array, text);
-    return text.str();
+    Text text;
+    std::ostream stream(&text);
+    write(array, stream);
+    return text.take();
 }
 
 void fill(parser::CArrayParser& request, const FilterSet& rules, bool pretty)

@@ -34,9 +34,9 @@ std::string encodeRequest(const common::PayloadPtr& phase1, const common::Payloa
 std::size_t receive(const std::string& request);
 /// @}
 
-/// The same work through xmlrpc-c: rules to text, text to the same rule objects.
+/// The same work through xmlrpc-c: rules to text, of which the size is returned; text to the same rule objects.
 /// @{
-std::string encodeByXmlrpcC(const common::FilterSet& rules);
+std::size_t encodeByXmlrpcC(const common::FilterSet& rules);
 common::FilterSet decodeByXmlrpcC(const std::string& text);
 /// @}
 

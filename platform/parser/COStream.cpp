@@ -8,7 +8,7 @@ namespace norvale::tamber::systemdata::parser {
 
 COStream::COStream(std::ostream& out)
     : out_(out)
-    , packet_(std::make_unique<char[]>(PACKET_SIZE))
+    , packet_(new char[PACKET_SIZE]) // not cleared, as std::make_unique would
 {}
 
 bool COStream::writeBeyond_(const char* text, std::size_t size)

@@ -91,15 +91,16 @@ bool isWhite(char character)
 
 bool isPlainText(std::string_view text)
 {
-    while (text.size() >= sizeof(std::uint64_t)) {
-        if (!isPlainWord(text.data()))
+    constexpr std::size_t WORD = sizeof(std::uint64_t);
+    if (text.size() < WORD)
+        return std::all_of(text.begin(), text.end(), [](char character) {
+            return character >= ' ' && character < '\x7F' && character != '&' && character != '<' &&
+                   character != '>';
+        });
+    for (std::size_t at = 0; at + WORD < text.size(); at += WORD)
+        if (!isPlainWord(text.data() + at))
             return false;
-        text.remove_prefix(sizeof(std::uint64_t));
-    }
-    return std::all_of(text.begin(), text.end(), [](char character) {
-        return character >= ' ' && character < '\x7F' && character != '&' && character != '<' &&
-               character != '>';
-    });
+    return isPlainWord(text.data() + text.size() - WORD); // overlaps the word before
 }
 
 bool isXmlText(std::string_view text)
