@@ -36,13 +36,8 @@ def problems_of(source, file):
             yield f"{path}: there is no such file"
 
 
-def waits_for_its_numbers(file):
-    """Whether a page of measurements has a place that scripts/bench has not filled yet: its plots are made with it."""
-    return re.search(r'<!-- targets -->\s*<!-- end -->', file.read_text(encoding="utf-8")) is not None
-
-
 def main(source):
-    files = [file for file in [*source.glob("*.md"), *source.glob("docs/**/*.md")] if not waits_for_its_numbers(file)]
+    files = [*source.glob("*.md"), *source.glob("docs/**/*.md")]
     problems = [f"{file.relative_to(source)}: {problem}" for file in files for problem in problems_of(source, file)]
     listed = set(re.findall(r'^\| `(IPSECCFG_\w+)`', (source / "docs/building-for-a-device.md").read_text(encoding="utf-8"),
                             re.MULTILINE))
@@ -56,9 +51,9 @@ def main(source):
     if latest is None or f"VERSION {latest.group(1)} " not in (source / "CMakeLists.txt").read_text(encoding="utf-8"):
         problems.append("CHANGELOG.md: its latest version is not that of CMakeLists.txt")
     print(*problems, sep="\n")
-    guides = [*source.glob("docs/*.md"), *source.glob("[!R]*.md")]
+    guides = [*source.glob("docs/**/*.md"), *source.glob("[!R]*.md")]
     readme = (source / "README.md").read_text(encoding="utf-8")
-    unlinked = [guide.name for guide in guides if f"({guide.relative_to(source)})" not in readme]
+    unlinked = [str(guide.relative_to(source)) for guide in guides if f"({guide.relative_to(source)})" not in readme]
     for name in unlinked:
         print(f"README.md does not link {name}")
     print(f"{len(files)} documents, {len(problems) + len(unlinked)} problems")
