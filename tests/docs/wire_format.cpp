@@ -159,42 +159,48 @@ TEST(WireFormat, TheSampleOfAShutdownIsWhatTheSenderSendsByteForByte)
     EXPECT_EQ(Samples().shutdown(), server.request());
 }
 
-TEST(WireFormat, TheReceiverReadsTheSampleOfAStart)
-{
-    std::istringstream request(Samples().start());
-    SamplePolicy sent;
+// What a server finds in a request.
+struct Received {
+    explicit Received(const std::string& text)
+    {
+        std::istringstream request(text);
+        scenario = XmlRpcReceivePolicy(request).execute(policy, others, certificates, settingFile, fips);
+    }
+
+    int scenario = ScenarioCommand::None;
     IPsecPolicy policy;
     FilterSet others;
     std::list<CertificatePtr> certificates;
     std::string settingFile;
     bool fips = true;
-    EXPECT_EQ(ScenarioCommand::Start,
-              XmlRpcReceivePolicy(request).execute(policy, others, certificates, settingFile, fips));
-    EXPECT_EQ("/run/ipseccfg/engine.conf", settingFile);
-    EXPECT_FALSE(fips);
-    EXPECT_EQ("", policy.getNsName());
-    ASSERT_TRUE(policy.getPhase1SA() && policy.getPhase2SA());
-    EXPECT_EQ(sent.policy.getPhase1SA()->to_string(), policy.getPhase1SA()->to_string());
-    EXPECT_EQ(sent.policy.getPhase2SA()->to_string(), policy.getPhase2SA()->to_string());
-    ASSERT_EQ(1U, policy.getFilterRules().size());
-    EXPECT_EQ(textOf(*sent.policy.getFilterRules().front()), textOf(*policy.getFilterRules().front()));
-    ASSERT_EQ(1U, others.size());
-    EXPECT_EQ(textOf(*sent.others.front()), textOf(*others.front()));
-    ASSERT_EQ(1U, certificates.size());
-    EXPECT_EQ(textOf(*sent.certificates.front()), textOf(*certificates.front()));
+};
+
+TEST(WireFormat, TheReceiverReadsTheSampleOfAStart)
+{
+    SamplePolicy sent;
+    Received received(Samples().start());
+    EXPECT_EQ(ScenarioCommand::Start, received.scenario);
+    EXPECT_EQ("/run/ipseccfg/engine.conf", received.settingFile);
+    EXPECT_FALSE(received.fips);
+    EXPECT_EQ("", received.policy.getNsName());
+    ASSERT_TRUE(received.policy.getPhase1SA() && received.policy.getPhase2SA());
+    EXPECT_EQ(sent.policy.getPhase1SA()->to_string(), received.policy.getPhase1SA()->to_string());
+    EXPECT_EQ(sent.policy.getPhase2SA()->to_string(), received.policy.getPhase2SA()->to_string());
+    ASSERT_EQ(1U, received.policy.getFilterRules().size());
+    EXPECT_EQ(textOf(*sent.policy.getFilterRules().front()),
+              textOf(*received.policy.getFilterRules().front()));
+    ASSERT_EQ(1U, received.others.size());
+    EXPECT_EQ(textOf(*sent.others.front()), textOf(*received.others.front()));
+    ASSERT_EQ(1U, received.certificates.size());
+    EXPECT_EQ(textOf(*sent.certificates.front()), textOf(*received.certificates.front()));
 }
 
 TEST(WireFormat, TheReceiverReadsTheSampleOfAShutdown)
 {
-    std::istringstream request(Samples().shutdown());
-    IPsecPolicy policy;
-    FilterSet others;
-    std::list<CertificatePtr> certificates;
-    std::string settingFile;
-    bool fips = true;
-    EXPECT_EQ(ScenarioCommand::Shutdown,
-              XmlRpcReceivePolicy(request).execute(policy, others, certificates, settingFile, fips));
-    EXPECT_EQ("/run/ipseccfg/engine.conf", settingFile);
+    const Received received(Samples().shutdown());
+    EXPECT_EQ(ScenarioCommand::Shutdown, received.scenario);
+    EXPECT_EQ("/run/ipseccfg/engine.conf", received.settingFile);
+    EXPECT_FALSE(received.fips);
 }
 
 TEST(WireFormat, TheSamplesOfAnswersAreWhatTheServerAnswersByteForByte)
