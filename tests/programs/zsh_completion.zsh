@@ -15,7 +15,7 @@ mkfifo $place/answer
 
 cat >$place/setup <<ZSH
 cd $place/home
-PS1='' KEYTIMEOUT=1 # ^X may be the beginning of more
+PS1=''
 fpath=($completions \$fpath)
 autoload -Uz compinit
 compinit -u -d $place/dump
@@ -30,10 +30,10 @@ compadd() {
     (( \$#offered )) && print -rl -- \$offered >>$place/offered
     builtin compadd "\$@"
 }
-finish() { BUFFER=''; print done >$place/answer }
-zle -N finish
-bindkey '^X' finish
-bindkey '^I' list-choices
+# One key: a second one that waits would keep the shell from completing files.
+offer() { zle list-choices; BUFFER=''; print done >$place/answer }
+zle -N offer
+bindkey '^I' offer
 print done >$place/answer
 ZSH
 zpty shell "zsh -f -i"
@@ -44,7 +44,7 @@ read -r answer <$place/answer
 completed() {
     local shown
     : >$place/offered
-    zpty -w -n shell "ipseccfgctl $1"$'\t\x18'
+    zpty -w -n shell "ipseccfgctl $1"$'\t'
     read -r answer <$place/answer
     while zpty -r -t shell shown 2>/dev/null; do :; done
     LC_ALL=C sort -u $place/offered | paste -sd ,
