@@ -15,7 +15,6 @@ namespace norvale::tamber::systemdata::requester {
 namespace {
 
 constexpr std::size_t READ_SIZE = 16384;
-constexpr std::chrono::milliseconds PATIENCE{500};
 
 } // namespace
 
@@ -33,7 +32,7 @@ Channel::Channel(int socket, FileDescriptor serverEnd, std::chrono::seconds boun
 Channel::~Channel()
 {
     if (server_)
-        server_->end(deadline_.hasPassed() ? std::chrono::milliseconds::zero() : PATIENCE);
+        server_->end(deadline_.hasPassed() ? std::chrono::milliseconds::zero() : ServerProcess::PATIENCE);
 }
 
 bool Channel::endOfTransmission()

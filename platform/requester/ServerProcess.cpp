@@ -28,7 +28,6 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
 constexpr int FIRST_OTHER_DESCRIPTOR = STDERR_FILENO + 1;
-constexpr milliseconds PATIENCE{500};
 constexpr microseconds FIRST_PAUSE{50};
 constexpr microseconds LONGEST_PAUSE{10000};
 

@@ -16,6 +16,9 @@ namespace norvale::tamber::systemdata::requester {
 /// SIGCHLD is ignored. Not synchronised.
 class ServerProcess {
 public:
+    /// The moment that a process is left to end.
+    static constexpr std::chrono::milliseconds PATIENCE{500};
+
     /// Starts a program, neither through a shell nor searched along PATH, with the socket as its standard
     /// input and output, the caller's standard error (or nowhere, if the caller has none) and no other
     /// descriptor. Its environment is the caller's; all signals are at their default and none is blocked.
@@ -24,14 +27,14 @@ public:
     /// @throws std::system_error "CRequester: cannot start COMMAND: ..." if that fails.
     ServerProcess(const std::string& command, int socket);
 
-    /// end() with a moment's patience.
+    /// end() with PATIENCE.
     ~ServerProcess();
 
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;
 
     /// Returns when the process is gone: leaves it `patience` to end by itself, then asks it to (SIGTERM),
-    /// and after another moment makes it (SIGKILL).
+    /// and after PATIENCE makes it (SIGKILL).
     void end(std::chrono::milliseconds patience) noexcept;
 
 private:

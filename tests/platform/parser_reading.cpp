@@ -8,8 +8,6 @@ using namespace tests;
 
 namespace {
 
-const std::string DECLARATION = R"(<?xml version="1.0" encoding="UTF-8"?>)";
-
 // The values of the only member of an answer that holds the given <value> element; {"<refused>"} if it is
 // none.
 Values valuesRead(const std::string& valueElement)

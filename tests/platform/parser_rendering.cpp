@@ -8,8 +8,6 @@ using namespace tests;
 
 namespace {
 
-const std::string DECLARATION = R"(<?xml version="1.0" encoding="UTF-8"?>)";
-
 // The text of an answer with one scalar member "m".
 std::string textOfScalar(const std::string& value, Type type)
 {

@@ -36,6 +36,9 @@ using Member = std::pair<std::string, Values>;
 using Structure = std::vector<Member>;
 using Structures = std::vector<Structure>;
 
+// What every message that is written begins with.
+inline const std::string DECLARATION = R"(<?xml version="1.0" encoding="UTF-8"?>)";
+
 inline Structure membersOf(CParser& parser)
 {
     Structure members;

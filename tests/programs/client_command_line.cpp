@@ -158,17 +158,9 @@ TEST(Help, OfACommandTellsItsOwnOptions)
         EXPECT_NE(std::string::npos, line.text.find(text)) << text;
 }
 
-struct Printed {
-    std::string out;
-    std::string err;
-};
-
-Printed printed(const Outcome& outcome, const std::vector<const char*>& arguments)
+tests::Printed printed(const Outcome& outcome, const std::vector<const char*>& arguments)
 {
-    std::ostringstream out;
-    std::ostringstream err;
-    report(outcome, read(arguments).options.value(), out, err);
-    return {out.str(), err.str()};
+    return tests::printed(outcome, read(arguments).options.value());
 }
 
 TEST(Report, TellsTheServersDetailOfASuccess)
@@ -181,7 +173,7 @@ TEST(Report, TellsTheServersDetailOfASuccess)
 
 TEST(Report, TellsWhyTheServerRefused)
 {
-    const Printed text = printed({Status::Failure, "already running", {}, {}}, {"start", "p"});
+    const tests::Printed text = printed({Status::Failure, "already running", {}, {}}, {"start", "p"});
     EXPECT_EQ("", text.out);
     EXPECT_EQ("ipseccfgctl: start: refused by the server: already running\n", text.err);
 }
@@ -237,7 +229,7 @@ TEST(Report, TellsTheWholeAnswerOnlyIfAskedTo)
 
 TEST(Report, KeepsTheWholeAnswerApartFromJson)
 {
-    const Printed text =
+    const tests::Printed text =
         printed({Status::Success, "fine", {}, "<methodResponse/>\n"}, {"start", "p", "-v", "--json"});
     EXPECT_EQ("<methodResponse/>\n", text.err);
     EXPECT_EQ("fine", nlohmann::json::parse(text.out).at("detail"));
@@ -249,7 +241,7 @@ TEST(Report, IsOneObjectInJson)
                           "the policy has problems",
                           {{{3, 14}, "a.b", "is \"wrong\"", "p"}, {{4, 1}, "", "x", "p"}},
                           {}};
-    const Printed text = printed(outcome, {"check", "p", "--json"});
+    const tests::Printed text = printed(outcome, {"check", "p", "--json"});
     EXPECT_EQ(nlohmann::json::parse(R"({"schema": 1, "command": "check", "status": "invalid",
                                         "detail": "the policy has problems",
                                         "problems": [{"file": "p", "line": 3, "column": 14, "key": "a.b", "message": "is \"wrong\""},

@@ -38,7 +38,7 @@ std::string transform(const std::string& id, const std::string& more = "")
 }
 
 // A policy with these transforms in phase 1 and, behind both phases, the rest.
-std::string policyOf(const std::string& phase1, const std::string& rest = "")
+std::string withPhase1(const std::string& phase1, const std::string& rest = "")
 {
     return tests::ENGINE + "[[phase1.proposal]]\nid = 1\n" + phase1 +
            "[[phase2.proposal]]\nid = 1\n[[phase2.proposal.transform]]\nid = 1\nencryption = \"AES\"\n"
@@ -48,19 +48,17 @@ std::string policyOf(const std::string& phase1, const std::string& rest = "")
 
 std::string withRules(const std::string& rules)
 {
-    return policyOf(transform("1"), rules);
+    return withPhase1(transform("1"), rules);
 }
 
 std::string withKey(const std::string& key)
 {
-    return policyOf(transform("1", "authentication = \"PSK\"\npsk = \"" + key + "\"\n"));
+    return withPhase1(transform("1", "authentication = \"PSK\"\npsk = \"" + key + "\"\n"));
 }
 
 Differences differencesOf(const std::string& before, const std::string& after)
 {
-    EXPECT_EQ(std::vector<std::string>{}, tests::problemsOf(before));
-    EXPECT_EQ(std::vector<std::string>{}, tests::problemsOf(after));
-    return differencesBetween(readPolicyText(before).policy.value(), readPolicyText(after).policy.value());
+    return differencesBetween(tests::policyOf(before), tests::policyOf(after));
 }
 
 std::string diff(const std::string& before, const std::string& after)
@@ -119,15 +117,16 @@ const Change CHANGES[] = {
     {"ASecondRuleForTheSameAddresses", withRules(rule("use", "192.0.2.1", "10")),
      withRules(rule("use", "192.0.2.1", "10") + rule("bypass", "192.0.2.1", "9")),
      "+ rule 192.0.2.1 -> 192.0.2.2 (2): bypass, priority 9\n"},
-    {"AnAddedTransform", policyOf(transform("1")), policyOf(transform("1") + transform("2", "group = 14\n")),
+    {"AnAddedTransform", withPhase1(transform("1")),
+     withPhase1(transform("1") + transform("2", "group = 14\n")),
      "+ phase 1, proposal 1, transform 2: AES 256 bits, SHA256, group 14, for 28800 s\n"},
-    {"ARemovedTransform", policyOf(transform("1") + transform("2")), policyOf(transform("2")),
+    {"ARemovedTransform", withPhase1(transform("1") + transform("2")), withPhase1(transform("2")),
      "- phase 1, proposal 1, transform 1: AES 256 bits, SHA256, for 28800 s\n"},
-    {"AnAttributeOfATransform", policyOf(transform("1")), policyOf(transform("1", "group = 14\n")),
+    {"AnAttributeOfATransform", withPhase1(transform("1")), withPhase1(transform("1", "group = 14\n")),
      "~ phase 1, proposal 1, transform 1: AES 256 bits, SHA256, for 28800 s\n"
      "  now AES 256 bits, SHA256, group 14, for 28800 s\n"},
-    {"TransformsInAnotherOrder", policyOf(transform("1") + transform("2") + transform("3")),
-     policyOf(transform("2") + transform("1") + transform("4")),
+    {"TransformsInAnotherOrder", withPhase1(transform("1") + transform("2") + transform("3")),
+     withPhase1(transform("2") + transform("1") + transform("4")),
      "- phase 1, proposal 1, transform 3: AES 256 bits, SHA256, for 28800 s\n"
      "+ phase 1, proposal 1, transform 4: AES 256 bits, SHA256, for 28800 s\n"
      "> phase 1, order of preference: phase 1, proposal 1, transform 1; phase 1, proposal 1, transform 2\n"
@@ -167,24 +166,19 @@ TEST(PolicyDiff, OfManyRulesTakesNoLongerThanReadingThem)
     EXPECT_EQ(20000U, differencesOf(tests::ENGINE, tests::ENGINE + rules).size());
 }
 
-struct Printed {
+struct Performed : tests::Printed {
     Outcome outcome;
-    std::string out;
-    std::string err;
 };
 
-Printed run(const Options& options)
+Performed run(const Options& options)
 {
     const Outcome outcome = perform(options);
-    std::ostringstream out;
-    std::ostringstream err;
-    report(outcome, options, out, err);
-    return {outcome, out.str(), err.str()};
+    return {tests::printed(outcome, options), outcome};
 }
 
 class DiffCommand : public testing::Test {
 protected:
-    Printed compare(const std::string& before, const std::string& after, bool json = false) const
+    Performed compare(const std::string& before, const std::string& after, bool json = false) const
     {
         Options options;
         options.command = Command::Diff;
@@ -198,14 +192,14 @@ protected:
 
 TEST_F(DiffCommand, EndsWith0IfThePoliciesMeanTheSame)
 {
-    const Printed text = compare(withRules(""), withRules(""));
+    const Performed text = compare(withRules(""), withRules(""));
     EXPECT_EQ(0, exitCodeOf(text.outcome.status));
     EXPECT_EQ("the policies mean the same\n", text.out);
 }
 
 TEST_F(DiffCommand, EndsWith1IfTheyDiffer)
 {
-    const Printed text = compare(withRules(""), withRules(rule("use", "192.0.2.1", "10")));
+    const Performed text = compare(withRules(""), withRules(rule("use", "192.0.2.1", "10")));
     EXPECT_EQ(1, exitCodeOf(text.outcome.status));
     EXPECT_EQ("+ rule 192.0.2.1 -> 192.0.2.2: use, priority 10\n", text.out);
     EXPECT_EQ("", text.err);
@@ -213,7 +207,7 @@ TEST_F(DiffCommand, EndsWith1IfTheyDiffer)
 
 TEST_F(DiffCommand, EndsWith2AndTheProblemsOfBothIfBothAreBad)
 {
-    const Printed text = compare("x", tests::ENGINE + "a = 1\n");
+    const Performed text = compare("x", tests::ENGINE + "a = 1\n");
     EXPECT_EQ(2, exitCodeOf(text.outcome.status));
     EXPECT_THAT(text.err, HasSubstr(folder / "old.toml:1:2: "));
     EXPECT_THAT(text.err, HasSubstr(folder / "old.toml: 1 problem\n"));
@@ -240,7 +234,7 @@ TEST_F(DiffCommand, ListsTheDifferencesInJson)
 TEST_F(DiffCommand, ShowsNoKeyInAnyForm)
 {
     for (const bool json : {false, true}) {
-        const Printed text = compare(withKey("swordfish"), withKey("tuna"), json);
+        const Performed text = compare(withKey("swordfish"), withKey("tuna"), json);
         EXPECT_THAT(text.out, HasSubstr("with another key"));
         EXPECT_THAT(text.out + text.err, Not(HasSubstr("swordfish")));
         EXPECT_THAT(text.out + text.err, Not(HasSubstr("tuna")));
@@ -249,7 +243,7 @@ TEST_F(DiffCommand, ShowsNoKeyInAnyForm)
 
 class InitCommand : public testing::Test {
 protected:
-    static Printed init(const std::string& path)
+    static Performed init(const std::string& path)
     {
         Options options;
         options.command = Command::Init;
@@ -262,7 +256,7 @@ protected:
 TEST_F(InitCommand, WritesAPolicyWithoutProblems)
 {
     const std::string path = folder / "a policy.toml";
-    const Printed text = init(path);
+    const Performed text = init(path);
     EXPECT_EQ(0, exitCodeOf(text.outcome.status));
     EXPECT_EQ("wrote '" + path + "'; edit it, then: ipseccfgctl check '" + path + "'\n", text.out);
     EXPECT_EQ(std::vector<std::string>{}, tests::problemsOf(tests::contentsOf(path)));
@@ -295,7 +289,7 @@ TEST_F(InitCommand, MakesADifferentKeyEachTime)
 TEST_F(InitCommand, NeverWritesOverAFile)
 {
     const std::string there = folder.write("policy.toml", "mine");
-    const Printed text = init(there);
+    const Performed text = init(there);
     EXPECT_EQ(2, exitCodeOf(text.outcome.status));
     EXPECT_EQ("ipseccfgctl: init: '" + there +
                   "' is there already, nothing was written; name a new file, or '-' to see it\n",
@@ -323,7 +317,7 @@ TEST_F(InitCommand, LeavesNoPieceOfAFileBehind)
     const rlimit small{100, old.rlim_max};
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &small));
-    const Printed text = init(folder / "policy.toml");
+    const Performed text = init(folder / "policy.toml");
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &old));
     std::signal(SIGXFSZ, handler);
     EXPECT_THAT(text.err, HasSubstr("policy.toml': File too large"));

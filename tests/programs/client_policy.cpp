@@ -15,6 +15,7 @@ using client::readPolicyText;
 using tests::ENGINE;
 using tests::Folder;
 using tests::PHASES;
+using tests::policyOf;
 using tests::problemsOf;
 using tests::withRule;
 using tests::withRuleAnd;
@@ -22,13 +23,6 @@ using tests::withTransform;
 using tests::withTransformAnd;
 
 using Lines = std::vector<std::string>;
-
-Policy policyOf(const std::string& text)
-{
-    const client::PolicyReading reading = readPolicyText(text);
-    EXPECT_EQ(Lines{}, problemsOf(text));
-    return reading.policy.value();
-}
 
 struct Row {
     const char* name;
@@ -47,7 +41,7 @@ TEST_P(AcceptedPolicy, HasNoProblem)
     EXPECT_EQ(Lines{}, problemsOf(GetParam().policy));
 }
 
-std::string rule(const std::string& action, const std::string& source, const std::string& destination)
+std::string ruleOf(const std::string& action, const std::string& source, const std::string& destination)
 {
     return "[[rule]]\naction = \"" + action + "\"\nsource = \"" + source + "\"\ndestination = \"" +
            destination + "\"\npriority = 1\n";
@@ -61,12 +55,13 @@ std::string identities(const std::string& type, const std::string& source, const
 
 const Row ACCEPTED[] = {
     {"EngineAlone", ENGINE},
-    {"RulesWithoutPhases", ENGINE + rule("bypass", "192.0.2.1", "192.0.2.2") + rule("discard", "::1", "::2")},
-    {"ProtectionWithBothPhases", ENGINE + PHASES + rule("use", "192.0.2.1", "192.0.2.2")},
+    {"RulesWithoutPhases",
+     ENGINE + ruleOf("bypass", "192.0.2.1", "192.0.2.2") + ruleOf("discard", "::1", "::2")},
+    {"ProtectionWithBothPhases", ENGINE + PHASES + ruleOf("use", "192.0.2.1", "192.0.2.2")},
     {"TwinsThatAreNotProtected",
-     ENGINE + rule("bypass", "192.0.2.1", "192.0.2.2") + rule("discard", "192.0.2.1", "192.0.2.2")},
+     ENGINE + ruleOf("bypass", "192.0.2.1", "192.0.2.2") + ruleOf("discard", "192.0.2.1", "192.0.2.2")},
     {"SamePairInOtherWords",
-     ENGINE + PHASES + rule("use", "2001:db8::1", "::2") + rule("use", "2001:DB8::1", "::2")},
+     ENGINE + PHASES + ruleOf("use", "2001:db8::1", "::2") + ruleOf("use", "2001:DB8::1", "::2")},
     {"SameIdsInBothPhases", ENGINE + PHASES},
     {"NoIdentities", withRuleAnd("identity-type = \"none\"\n")},
     {"AddressIdentitiesOfTwoFamilies", identities("ip", "192.0.2.1", "2001:db8::1")},
@@ -206,9 +201,9 @@ TEST(PolicyFile, KeepsPhasesProposalsAndTransformsApart)
 
 TEST(PolicyFile, PutsRulesThatProtectIntoTheStoreAndTheOthersBesideIt)
 {
-    const Policy policy = policyOf(ENGINE + PHASES + rule("bypass", "192.0.2.1", "192.0.2.9") +
-                                   rule("use", "192.0.2.1", "192.0.2.2") + rule("discard", "::1", "::2") +
-                                   rule("use", "192.0.2.1", "192.0.2.3"));
+    const Policy policy = policyOf(ENGINE + PHASES + ruleOf("bypass", "192.0.2.1", "192.0.2.9") +
+                                   ruleOf("use", "192.0.2.1", "192.0.2.2") + ruleOf("discard", "::1", "::2") +
+                                   ruleOf("use", "192.0.2.1", "192.0.2.3"));
     Lines used;
     for (const common::FilterRulePtr& each : policy.store.getFilterRules())
         used.push_back(each->getDstIpAddress());

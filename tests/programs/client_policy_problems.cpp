@@ -18,25 +18,25 @@ using tests::withRuleAnd;
 using tests::withTransform;
 using tests::withTransformAnd;
 
-struct Row {
+struct Refusal {
     const char* name;
     std::string policy;
     std::vector<std::string> problems;
 };
 
-std::ostream& operator<<(std::ostream& out, const Row& row)
+std::ostream& operator<<(std::ostream& out, const Refusal& row)
 {
     return out << row.policy;
 }
 
-class PolicyWithProblems : public testing::TestWithParam<Row> {};
+class PolicyWithProblems : public testing::TestWithParam<Refusal> {};
 
 TEST_P(PolicyWithProblems, IsRefusedWithThePlaceTheValueAndWhatIsAllowed)
 {
     EXPECT_EQ(GetParam().problems, problemsOf(GetParam().policy));
 }
 
-std::string nameOf(const testing::TestParamInfo<Row>& info)
+std::string nameOfRefusal(const testing::TestParamInfo<Refusal>& info)
 {
     return info.param.name;
 }
@@ -44,7 +44,7 @@ std::string nameOf(const testing::TestParamInfo<Row>& info)
 const char* const TRANSFORM_LIST =
     "id, encryption, key-length, hash, authentication, psk, psk-file, group, lifetime";
 
-const std::vector<Row> KEYS = {
+const std::vector<Refusal> KEYS = {
     {"EmptyFile", "", {"1:1: engine: is missing, must be a table"}},
     {"UnknownTable",
      ENGINE + "[[rules]]\n",
@@ -98,9 +98,9 @@ const std::vector<Row> KEYS = {
      "[engine]\nsetting-file = \"/run/\\uFFFF\"\n",
      {"2:16: engine.setting-file: '/run/?': U+FFFE and U+FFFF are not allowed"}},
 };
-INSTANTIATE_TEST_SUITE_P(Keys, PolicyWithProblems, testing::ValuesIn(KEYS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Keys, PolicyWithProblems, testing::ValuesIn(KEYS), nameOfRefusal);
 
-const std::vector<Row> ENGINES = {
+const std::vector<Refusal> ENGINES = {
     {"MissingSettingFile", "[engine]\n", {"1:1: engine.setting-file: is missing, must be an absolute path"}},
     {"EmptySettingFile",
      "[engine]\nsetting-file = \"\"\n",
@@ -119,9 +119,9 @@ const std::vector<Row> ENGINES = {
       "empty "
       "for none, not '..'"}},
 };
-INSTANTIATE_TEST_SUITE_P(Engine, PolicyWithProblems, testing::ValuesIn(ENGINES), nameOf);
+INSTANTIATE_TEST_SUITE_P(Engine, PolicyWithProblems, testing::ValuesIn(ENGINES), nameOfRefusal);
 
-const std::vector<Row> PROPOSALS = {
+const std::vector<Refusal> PROPOSALS = {
     {"PhaseWithoutProposals",
      ENGINE + "[phase1]\n",
      {"3:1: phase1.proposal: is missing, must be an array of tables"}},
@@ -151,9 +151,9 @@ const std::vector<Row> PROPOSALS = {
       "one of "
       "its own"}},
 };
-INSTANTIATE_TEST_SUITE_P(Proposals, PolicyWithProblems, testing::ValuesIn(PROPOSALS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Proposals, PolicyWithProblems, testing::ValuesIn(PROPOSALS), nameOfRefusal);
 
-const std::vector<Row> TRANSFORMS = {
+const std::vector<Refusal> TRANSFORMS = {
     {"EmptyTransform",
      withTransform(""),
      {"5:1: phase1.proposal[0].transform[0].id: is missing, must be an integer from 0 to 2147483647",
@@ -214,9 +214,9 @@ const std::vector<Row> TRANSFORMS = {
      {"9:8: phase1.proposal[0].transform[0].hash: 'AES-GCM' goes with encryption 'AES-GCM' only, not with "
       "'AES'"}},
 };
-INSTANTIATE_TEST_SUITE_P(Transforms, PolicyWithProblems, testing::ValuesIn(TRANSFORMS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Transforms, PolicyWithProblems, testing::ValuesIn(TRANSFORMS), nameOfRefusal);
 
-const std::vector<Row> PRE_SHARED_KEYS = {
+const std::vector<Refusal> PRE_SHARED_KEYS = {
     {"NoKey",
      withTransformAnd("authentication = \"PSK\"\n"),
      {"11:18: phase1.proposal[0].transform[0].authentication: 'PSK' needs the key, as psk or psk-file"}},
@@ -280,9 +280,10 @@ const std::vector<Row> PRE_SHARED_KEYS = {
      withTransformAnd("authentication = \"PSK\"\npsk-file = \"/dev/zero\"\n"),
      {"12:12: phase1.proposal[0].transform[0].psk-file: '/dev/zero' cannot be used: not a regular file"}},
 };
-INSTANTIATE_TEST_SUITE_P(PreSharedKeys, PolicyWithProblems, testing::ValuesIn(PRE_SHARED_KEYS), nameOf);
+INSTANTIATE_TEST_SUITE_P(PreSharedKeys, PolicyWithProblems, testing::ValuesIn(PRE_SHARED_KEYS),
+                         nameOfRefusal);
 
-const std::vector<Row> RULES = {
+const std::vector<Refusal> RULES = {
     {"EmptyRule",
      withRule(""),
      {"3:1: rule[0].action: is missing, must be one of bypass, discard, use",
@@ -347,9 +348,9 @@ const std::vector<Row> RULES = {
       "identity-type "
       "'dn', not 'device'"}},
 };
-INSTANTIATE_TEST_SUITE_P(Rules, PolicyWithProblems, testing::ValuesIn(RULES), nameOf);
+INSTANTIATE_TEST_SUITE_P(Rules, PolicyWithProblems, testing::ValuesIn(RULES), nameOfRefusal);
 
-const std::vector<Row> CERTIFICATES = {
+const std::vector<Refusal> CERTIFICATES = {
     {"EmptyCertificate",
      ENGINE + "[[certificate]]\n",
      {"3:1: certificate[0].kind: is missing, must be one of end-entity, internal-ca, root-ca",
@@ -384,9 +385,9 @@ const std::vector<Row> CERTIFICATES = {
       "mean "
       "'end-entity'?)"}},
 };
-INSTANTIATE_TEST_SUITE_P(Certificates, PolicyWithProblems, testing::ValuesIn(CERTIFICATES), nameOf);
+INSTANTIATE_TEST_SUITE_P(Certificates, PolicyWithProblems, testing::ValuesIn(CERTIFICATES), nameOfRefusal);
 
-const std::vector<Row> SYNTAX_ERRORS = {
+const std::vector<Refusal> SYNTAX_ERRORS = {
     {"NoValue",
      "[engine]\nfips =\n",
      {"2:7: : Error while parsing key-value pair: expected value, saw '\\n'"}},
@@ -404,7 +405,7 @@ const std::vector<Row> SYNTAX_ERRORS = {
      "[engine]\n" + std::string(20000, 'a') + " = 1\n",
      {"2:1: : the line is longer than 16384 bytes"}},
 };
-INSTANTIATE_TEST_SUITE_P(Syntax, PolicyWithProblems, testing::ValuesIn(SYNTAX_ERRORS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Syntax, PolicyWithProblems, testing::ValuesIn(SYNTAX_ERRORS), nameOfRefusal);
 
 TEST(PolicyProblems, ComeAllAtOnceInTheOrderOfTheirPlaces)
 {

@@ -46,10 +46,7 @@ json printed(const Outcome& outcome, Command command)
     Options options;
     options.command = command;
     options.json = true;
-    std::ostringstream out;
-    std::ostringstream err;
-    report(outcome, options, out, err);
-    return json::parse(out.str());
+    return json::parse(tests::printed(outcome, options).out);
 }
 
 json performed(Command command, const std::string& file, const std::string& other = "")

@@ -4,10 +4,12 @@
 // What the tests of the client share: a folder for files, and pieces of policies.
 
 #include "PolicyFile.h"
+#include "Report.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -51,6 +53,21 @@ inline std::string contentsOf(const std::string& path)
     return text.str();
 }
 
+/// What a run of the client prints.
+struct Printed {
+    std::string out;
+    std::string err;
+};
+
+inline Printed printed(const norvale::tamber::systemdata::ipseccfg::client::Outcome& outcome,
+                       const norvale::tamber::systemdata::ipseccfg::client::Options& options)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    report(outcome, options, out, err);
+    return {out.str(), err.str()};
+}
+
 /// The problems of a policy, each as it is printed after the file's name: "LINE:COLUMN: key: message".
 inline std::vector<std::string> problemsOf(const std::string& policy)
 {
@@ -60,6 +77,13 @@ inline std::vector<std::string> problemsOf(const std::string& policy)
                         std::to_string(problem.position.column) + ": " + problem.key + ": " +
                         problem.message);
     return lines;
+}
+
+/// What a policy without a problem holds.
+inline norvale::tamber::systemdata::ipseccfg::client::Policy policyOf(const std::string& text)
+{
+    EXPECT_EQ(std::vector<std::string>{}, problemsOf(text));
+    return norvale::tamber::systemdata::ipseccfg::client::readPolicyText(text).policy.value();
 }
 
 /// The first two lines of a policy.

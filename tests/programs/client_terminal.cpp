@@ -30,20 +30,7 @@ bool isObeyed(const std::string& text)
     return false;
 }
 
-struct Printed {
-    std::string out;
-    std::string err;
-};
-
-Printed printed(const Outcome& outcome, const Options& options)
-{
-    std::ostringstream out;
-    std::ostringstream err;
-    report(outcome, options, out, err);
-    return {out.str(), err.str()};
-}
-
-void expectHarmless(const Printed& text, const std::string& what)
+void expectHarmless(const tests::Printed& text, const std::string& what)
 {
     EXPECT_FALSE(isObeyed(text.out)) << what << ": " << text.out;
     EXPECT_FALSE(isObeyed(text.err)) << what << ": " << text.err;
@@ -60,7 +47,7 @@ TEST(TerminalSafety, HoldsForWhatTheServerSays)
                 options.verbose = true;
                 const Outcome outcome{
                     status, NASTY, {}, "<methodResponse>\n<string>" + NASTY + "</string></methodResponse>\n"};
-                expectHarmless(printed(outcome, options), nameOf(command));
+                expectHarmless(tests::printed(outcome, options), nameOf(command));
             }
 }
 
@@ -69,10 +56,11 @@ TEST(TerminalSafety, LeavesTheWholeAnswerXmlOfTheSameMeaning)
     Options options;
     options.command = Command::Start;
     options.verbose = true;
-    EXPECT_EQ("<a>\n  <b>x&#x9B;y&#x80;z&#x7F;\u00A0\u00e4</b>\n</a>\nstarted: fine\n",
-              printed({Status::Success, "fine", {}, "<a>\n  <b>x\u009By\u0080z\x7F\u00A0\u00e4</b>\n</a>\n"},
-                      options)
-                  .out);
+    EXPECT_EQ(
+        "<a>\n  <b>x&#x9B;y&#x80;z&#x7F;\u00A0\u00e4</b>\n</a>\nstarted: fine\n",
+        tests::printed({Status::Success, "fine", {}, "<a>\n  <b>x\u009By\u0080z\x7F\u00A0\u00e4</b>\n</a>\n"},
+                       options)
+            .out);
 }
 
 TEST(TerminalSafety, LeavesJsonOfTheSameMeaning)
@@ -80,7 +68,7 @@ TEST(TerminalSafety, LeavesJsonOfTheSameMeaning)
     Options options;
     options.command = Command::Start;
     options.json = true;
-    const std::string text = printed({Status::Success, NASTY + "\u00e4", {}, {}}, options).out;
+    const std::string text = tests::printed({Status::Success, NASTY + "\u00e4", {}, {}}, options).out;
     EXPECT_EQ(NASTY + "\u00e4", nlohmann::json::parse(text).at("detail"));
 }
 
@@ -93,7 +81,8 @@ TEST(TerminalSafety, HoldsForWhatTheEngineSays)
         Options options;
         options.command = Command::Status;
         options.json = json;
-        expectHarmless(printed({Status::Success, "1 rule in force", {}, {}, {{rule}}}, options), "status");
+        expectHarmless(tests::printed({Status::Success, "1 rule in force", {}, {}, {{rule}}}, options),
+                       "status");
     }
 }
 
@@ -117,7 +106,7 @@ TEST_P(NastyPolicy, HarmsNoTerminal)
                 options.xml = xml;
                 options.secrets = true;
                 options.server = "/nonexistent/" + CSI;
-                expectHarmless(printed(perform(options), options), nameOf(command));
+                expectHarmless(tests::printed(perform(options), options), nameOf(command));
             }
 }
 
@@ -147,8 +136,8 @@ TEST(TerminalSafety, HoldsForTheNameOfANewPolicy)
     Options options;
     options.command = Command::Init;
     options.policyFile = folder / ("new-" + CSI + ".toml");
-    expectHarmless(printed(perform(options), options), "init");
-    expectHarmless(printed(perform(options), options), "init again");
+    expectHarmless(tests::printed(perform(options), options), "init");
+    expectHarmless(tests::printed(perform(options), options), "init again");
 }
 
 } // namespace

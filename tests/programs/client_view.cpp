@@ -23,6 +23,7 @@ using ipseccfg::client::requestText;
 using ipseccfg::client::viewOf;
 using testing::HasSubstr;
 using testing::Not;
+using tests::policyOf;
 
 // Two transforms with a key, in one phase each, of different lengths.
 const std::string POLICY = "[engine]\n"
@@ -85,12 +86,6 @@ const std::string POLICY = "[engine]\n"
                            "[[certificate]]\n"
                            "kind = \"root-ca\"\n"
                            "certificate = \"/dev/full\"\n";
-
-Policy policyOf(const std::string& text)
-{
-    EXPECT_EQ(std::vector<std::string>{}, tests::problemsOf(text));
-    return ipseccfg::client::readPolicyText(text).policy.value();
-}
 
 TEST(PolicyView, ShowsTreesAndTables)
 {
