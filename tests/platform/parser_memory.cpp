@@ -241,7 +241,7 @@ TEST(MessageMemory, ForWritingDoesNotGrowWithTheMessage)
     EXPECT_GT(16384U, heap.peak() - used);
 }
 
-#if !defined(__SANITIZE_ADDRESS__)
+#ifndef UNDER_SANITIZERS
 
 namespace {
 

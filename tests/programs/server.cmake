@@ -29,7 +29,10 @@ ipseccfg_test(server_host
 
 # Loaded into a program before its other libraries.
 add_library(syslog_capture MODULE syslog_capture.cpp)
-target_link_libraries(syslog_capture PRIVATE ipseccfg_build)
+# It is loaded into programs that have no sanitizer.
+if(NOT IPSECCFG_SANITIZERS)
+    target_link_libraries(syslog_capture PRIVATE ipseccfg_build)
+endif()
 
 ipseccfg_test(standalone_engine
     SOURCES standalone_settings.cpp standalone_process.cpp

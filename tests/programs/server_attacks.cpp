@@ -209,17 +209,8 @@ TEST_F(ServerAttack, WithATimerEndsNoServerThatIsAtWork)
     EXPECT_EQ(Names{}, files());
 }
 
-// A sanitizer's own checks need descriptors and memory.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool UNDER_SANITIZERS = true;
-#else
-constexpr bool UNDER_SANITIZERS = false;
-#endif
-
 TEST_F(ServerAttack, WithDescriptorsOfItsOwnLeavesTheServerEnough)
 {
-    if (UNDER_SANITIZERS)
-        GTEST_SKIP() << "a server under sanitizers needs more than it is left";
     configureScript("ls -l /proc/self/fd >" + (folder / "seen") + "; exit 1\n");
     tests::writeFile(folder / "inherited", "");
     EXPECT_EQ("failure: Can't start service",
@@ -231,8 +222,6 @@ TEST_F(ServerAttack, WithDescriptorsOfItsOwnLeavesTheServerEnough)
 
 TEST_F(ServerAttack, WithLimitsAndPrioritiesOfItsOwnLimitsNoEngine)
 {
-    if (UNDER_SANITIZERS)
-        GTEST_SKIP() << "a server under sanitizers needs more than it is left";
     ASSERT_EQ("success: the engine was started",
               startBy({"soft-limit=cpu:1", "soft-limit=fsize:0", "soft-limit=nofile:5",
                        "soft-limit=stack:1000000", "oom-score=1000"}));
