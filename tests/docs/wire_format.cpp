@@ -25,6 +25,7 @@ namespace {
 
 using namespace norvale::tamber::systemdata::ipseccfg;
 using namespace norvale::tamber::systemdata::ipseccfg::common;
+using testing::PrintToString;
 
 const char* const DOCUMENTED_SERVER = "/usr/sbin/systemdataIPsecCfgServer";
 
@@ -132,14 +133,6 @@ struct SamplePolicy {
     XmlRpcSendPolicy sender;
 };
 
-template <class Printable>
-std::string textOf(const Printable& printable)
-{
-    std::ostringstream text;
-    text << printable;
-    return text.str();
-}
-
 TEST(WireFormat, ThereAreFiveSamples)
 {
     EXPECT_EQ(5U, Samples().count());
@@ -187,12 +180,12 @@ TEST(WireFormat, TheReceiverReadsTheSampleOfAStart)
     EXPECT_EQ(sent.policy.getPhase1SA()->to_string(), received.policy.getPhase1SA()->to_string());
     EXPECT_EQ(sent.policy.getPhase2SA()->to_string(), received.policy.getPhase2SA()->to_string());
     ASSERT_EQ(1U, received.policy.getFilterRules().size());
-    EXPECT_EQ(textOf(*sent.policy.getFilterRules().front()),
-              textOf(*received.policy.getFilterRules().front()));
+    EXPECT_EQ(PrintToString(*sent.policy.getFilterRules().front()),
+              PrintToString(*received.policy.getFilterRules().front()));
     ASSERT_EQ(1U, received.others.size());
-    EXPECT_EQ(textOf(*sent.others.front()), textOf(*received.others.front()));
+    EXPECT_EQ(PrintToString(*sent.others.front()), PrintToString(*received.others.front()));
     ASSERT_EQ(1U, received.certificates.size());
-    EXPECT_EQ(textOf(*sent.certificates.front()), textOf(*received.certificates.front()));
+    EXPECT_EQ(PrintToString(*sent.certificates.front()), PrintToString(*received.certificates.front()));
 }
 
 TEST(WireFormat, TheReceiverReadsTheSampleOfAShutdown)

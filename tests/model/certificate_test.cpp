@@ -4,20 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <type_traits>
 
 namespace tests {
 namespace {
 
 using namespace norvale::tamber::systemdata::ipseccfg::common;
-
-std::string dumpOf(const Certificate& certificate)
-{
-    std::ostringstream os;
-    os << certificate;
-    return os.str();
-}
+using testing::PrintToString;
 
 TEST(Certificate, BeginsEmpty)
 {
@@ -60,12 +53,12 @@ TEST(Certificate, PrintsOneLineAFieldAndItsKindByName)
               "  Filter Kind   : None\n"
               "  Cert File Path: \n"
               "  Pkey File Path: \n",
-              dumpOf(Certificate()));
+              PrintToString(Certificate()));
     EXPECT_EQ("Contents of Certificate:\n"
               "  Filter Kind   : InternalCA\n"
               "  Cert File Path: /c.pem\n"
               "  Pkey File Path: /k.pem\n",
-              dumpOf(Certificate(Certificate::InternalCA, "/c.pem", "/k.pem")));
+              PrintToString(Certificate(Certificate::InternalCA, "/c.pem", "/k.pem")));
 }
 
 TEST(Certificate, HasNoVirtualOperations)

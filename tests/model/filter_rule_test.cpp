@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <stdexcept>
 #include <type_traits>
 
@@ -13,13 +12,7 @@ namespace tests {
 namespace {
 
 using namespace norvale::tamber::systemdata::ipseccfg::common;
-
-std::string dumpOf(const FilterRule& rule)
-{
-    std::ostringstream os;
-    os << rule;
-    return os.str();
-}
+using testing::PrintToString;
 
 TEST(FilterRule, BeginsEmptyWithAPriorityThatWasNeverSet)
 {
@@ -114,7 +107,7 @@ TEST(FilterRule, PrintsOneLineAFieldAndBothTypesAsNumbers)
               "  Src Identity  : \n"
               "  Dst Identity  : \n"
               "  Priority      : -1\n",
-              dumpOf(FilterRule()));
+              PrintToString(FilterRule()));
 
     FilterRule rule(FilterRule::Use, "10.0.0.1", "10.0.0.2");
     rule.setIdentityType(FilterRule::DN);
@@ -129,7 +122,7 @@ TEST(FilterRule, PrintsOneLineAFieldAndBothTypesAsNumbers)
               "  Src Identity  : CN=a\n"
               "  Dst Identity  : CN=b\n"
               "  Priority      : 7\n",
-              dumpOf(rule));
+              PrintToString(rule));
 }
 
 TEST(FilterRule, HasNoVirtualOperations)

@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <unistd.h>
 #include <vector>
 
@@ -22,6 +21,7 @@ namespace tests {
 namespace {
 
 using namespace norvale::tamber::systemdata::ipseccfg::common;
+using testing::PrintToString;
 
 // Longer than what a string holds without an allocation.
 const std::string LONG = "a text that is too long to be kept without memory";
@@ -369,14 +369,6 @@ TEST(DirectorMemory, IsNeededForNothingBeyondItsBuilder)
 
 // Filter rules and certificates
 
-template <class Value>
-std::string textOf(const Value& value)
-{
-    std::ostringstream text;
-    text << value;
-    return text.str();
-}
-
 TEST(FilterRuleMemory, ThatRunsOutLeavesTheRuleAsItWas)
 {
     FilterRulePtr rule;
@@ -397,14 +389,14 @@ TEST(FilterRuleMemory, ThatRunsOutLeavesTheRuleAsItWas)
             {"getDstIdentity", [&] { rule->getDstIdentity(); }},
             {"operator<<", [&] { print(*rule); }},
         },
-        [&] { return textOf(*rule); });
+        [&] { return PrintToString(*rule); });
     expectNoAllocation({{"setFilterType", [&] { rule->setFilterType(FilterRule::Bypass); }},
                         {"setIdentityType", [&] { rule->setIdentityType(FilterRule::DN); }},
                         {"setPriority", [&] { rule->setPriority(99); }}});
     EXPECT_EQ("Contents of FilterRule:\n  Filter Type   : 1\n  Src IP Address: " + OTHER + LONG +
                   "\n  Dst IP Address: " + OTHER + LONG + "\n  Identity Type : 2\n  Src Identity  : " + LONG +
                   "\n  Dst Identity  : " + LONG + "\n  Priority      : 99\n",
-              textOf(*rule));
+              PrintToString(*rule));
 }
 
 TEST(FilterRuleMemory, ThatRunsOutForTheRefusalOfAPriorityKeepsThePriority)
@@ -437,12 +429,12 @@ TEST(CertificateMemory, ThatRunsOutLeavesTheCertificateAsItWas)
             {"getPkeyFilePath", [&] { certificate->getPkeyFilePath(); }},
             {"operator<<", [&] { print(*certificate); }},
         },
-        [&] { return textOf(*certificate); });
+        [&] { return PrintToString(*certificate); });
     expectNoAllocation({{"setKind", [&] { certificate->setKind(Certificate::RootCA); }},
                         {"getKindName", [&] { certificate->getKindName(); }}});
     EXPECT_EQ("Contents of Certificate:\n  Filter Kind   : RootCA\n  Cert File Path: " + OTHER + LONG +
                   "\n  Pkey File Path: " + OTHER + LONG + "\n",
-              textOf(*certificate));
+              PrintToString(*certificate));
 }
 
 // The policy store
@@ -462,7 +454,7 @@ protected:
         std::string text = policy_.getNsName() + (policy_.getPhase1SA() ? " phase 1" : "") +
                            (policy_.getPhase2SA() ? " phase 2" : "");
         for (const FilterRulePtr& rule : policy_.getFilterRules())
-            text += "\n" + textOf(*rule);
+            text += "\n" + PrintToString(*rule);
         return text;
     }
 
@@ -487,7 +479,7 @@ TEST_F(PolicyMemory, ThatRunsOutLeavesThePolicyAsItWas)
             {"FilterFinder", [] { const FilterFinder finder(LONG, OTHER); }},
         },
         [this] { return state(); });
-    EXPECT_EQ(LONG + " phase 1 phase 2\n" + textOf(*held_) + "\n" + textOf(*added_), state());
+    EXPECT_EQ(LONG + " phase 1 phase 2\n" + PrintToString(*held_) + "\n" + PrintToString(*added_), state());
 }
 
 TEST_F(PolicyMemory, ThatRunsOutForARefusalAddsNoRule)
