@@ -129,13 +129,17 @@ inline std::string nameOf(const testing::TestParamInfo<NamedText>& parameter)
     return parameter.param.name;
 }
 
-/// Hands out a text in pieces of a fixed size and counts how often it was asked for more than there is, which
-/// on a channel would have been to wait for ever.
+/// Hands out a text in pieces of a fixed size, but for the first one, and counts how often it was asked for more
+/// than there is, which on a channel would have been to wait for ever.
 class PiecewiseSource : public std::streambuf {
 public:
     PiecewiseSource(std::string text, std::size_t piece)
+        : PiecewiseSource(std::move(text), piece, piece)
+    {}
+    PiecewiseSource(std::string text, std::size_t piece, std::size_t firstPiece)
         : text_(std::move(text))
         , piece_(piece)
+        , next_(firstPiece)
     {}
 
     int askedBeyondEnd() const { return askedBeyondEnd_; }
@@ -147,7 +151,7 @@ protected:
             ++askedBeyondEnd_;
             return traits_type::eof();
         }
-        const std::size_t size = std::min(piece_, text_.size() - given_);
+        const std::size_t size = std::min(std::exchange(next_, piece_), text_.size() - given_);
         char* const begin = text_.data() + given_;
         setg(begin, begin, begin + size);
         given_ += size;
@@ -157,6 +161,7 @@ protected:
 private:
     std::string text_;
     std::size_t piece_;
+    std::size_t next_;
     std::size_t given_ = 0;
     int askedBeyondEnd_ = 0;
 };
