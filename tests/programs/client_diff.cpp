@@ -286,6 +286,22 @@ TEST_F(InitCommand, MakesADifferentKeyEachTime)
     EXPECT_EQ(1U, rests.size());
 }
 
+// Not one digit of a key is known beforehand.
+TEST_F(InitCommand, MakesAllOfAKeyAtRandom)
+{
+    const std::regex line("\npsk = \"([0-9a-f]{64})\"\n");
+    std::vector<std::set<char>> digits(64);
+    for (int i = 0; i < 32; ++i) {
+        const std::string text = starterPolicy();
+        std::smatch match;
+        ASSERT_TRUE(std::regex_search(text, match, line)) << text;
+        for (std::size_t place = 0; place < digits.size(); ++place)
+            digits[place].insert(match.str(1)[place]);
+    }
+    for (const std::set<char>& used : digits)
+        EXPECT_LT(1U, used.size());
+}
+
 TEST_F(InitCommand, NeverWritesOverAFile)
 {
     const std::string there = folder.write("policy.toml", "mine");

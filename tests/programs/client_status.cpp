@@ -48,6 +48,15 @@ std::string child(const std::string& key, const std::string& priority)
                             list("remote-ts", {"10.0.0.0/8"}) + value("priority", priority));
 }
 
+std::string tunnel(const std::string& id, const std::string& rule, const std::string& state,
+                   const std::string& bytesIn)
+{
+    return section(rule + "-" + id, value("name", rule) + value("state", state) +
+                                        value("encr-alg", "AES_CBC") + value("encr-keysize", "256") +
+                                        value("integ-alg", "HMAC_SHA2_256_128") +
+                                        value("dh-group", "MODP_2048") + value("bytes-in", bytesIn));
+}
+
 class ClientStatus : public ::testing::Test {
 protected:
     std::vector<RuleStatus> status() const
@@ -166,6 +175,30 @@ TEST_F(ClientStatus, IsUpWithATunnelWhateverAnotherNegotiationComesTo)
     troubles = "protect-1 anything\n";
     EXPECT_EQ("up", status()[1].state);
     EXPECT_EQ("", status()[1].reason);
+}
+
+TEST_F(ClientStatus, TakesNoOtherTunnelForThatOfARule)
+{
+    associations = {Element::decode(
+        section("protect-1", value("state", "ESTABLISHED") +
+                                 section("child-sas", tunnel("1", "use-1", "REKEYING", "1") +
+                                                          tunnel("2", "use-10", "INSTALLED", "2"))) +
+        section("protect-10", value("state", "CONNECTING") +
+                                  section("child-sas", tunnel("3", "use-1", "INSTALLED", "3"))))};
+    EXPECT_EQ("trapped", status()[1].state);
+    EXPECT_EQ("", status()[1].reason);
+}
+
+TEST_F(ClientStatus, IsThatOfTheKeysThatWereMadeLast)
+{
+    associations = {Element::decode(
+        section("protect-1", section("child-sas", tunnel("1", "use-1", "INSTALLED", "1") +
+                                                      tunnel("2", "use-1", "INSTALLED", "2") +
+                                                      tunnel("3", "use-1", "DELETING", "3"))))};
+    const auto rules = status();
+    ASSERT_TRUE(rules[1].tunnel);
+    EXPECT_EQ(2U, rules[1].tunnel->bytesIn);
+    EXPECT_EQ("AES_CBC-256/HMAC_SHA2_256_128/MODP_2048", rules[1].tunnel->suite);
 }
 
 TEST_F(ClientStatus, IsThatOfAnEngineThatCanBeAsked)
