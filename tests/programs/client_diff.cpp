@@ -74,6 +74,17 @@ TEST(PolicyDiff, OfPoliciesThatMeanTheSameIsEmpty)
     EXPECT_EQ("", diff(withRules(one + other), "# a comment\n\n" + withRules(other + one)));
 }
 
+TEST(PolicyDiff, HasAColourForEachKindOfChange)
+{
+    const Differences differences = {{Difference::Change::Added, "a", "", "new"},
+                                     {Difference::Change::Removed, "b", "old", ""},
+                                     {Difference::Change::Changed, "c", "old", "new"},
+                                     {Difference::Change::Moved, "d", "old", "new"}};
+    EXPECT_EQ("\x1b[32m+ a\x1b[0m: new\n\x1b[31m- b\x1b[0m: old\n\x1b[33m~ c\x1b[0m: old\n  now new\n"
+              "\x1b[34m> d\x1b[0m: old\n  now new\n",
+              viewOf(differences, true));
+}
+
 struct Change {
     const char* name;
     std::string before;

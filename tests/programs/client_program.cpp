@@ -533,12 +533,15 @@ protected:
         Program::TearDown();
     }
 
-    void begin(std::vector<std::string> arguments)
+    /// @param aside a descriptor, if any, that is a new file's instead
+    void begin(std::vector<std::string> arguments, int aside = -1)
     {
         std::vector<char*> argv = argumentsOf(arguments);
         program_ = ::forkpty(&terminal_, nullptr, nullptr, nullptr);
         ASSERT_GE(program_, 0);
         if (program_ == 0) {
+            if (aside >= 0)
+                ::dup2(::open(file_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), aside);
             ::execv(IPSECCFGCTL, argv.data());
             ::_exit(127);
         }
@@ -560,6 +563,7 @@ protected:
         }
     }
 
+    const std::string file_ = folder_ / "aside";
     int terminal_ = -1;
     pid_t program_ = -1;
     std::string shown_;
@@ -599,10 +603,10 @@ protected:
         ::unsetenv("NO_COLOR");
     }
 
-    std::string shownBy(const std::vector<std::string>& arguments)
+    std::string shownBy(const std::vector<std::string>& arguments, int aside = -1)
     {
         shown_.clear();
-        begin(arguments);
+        begin(arguments, aside);
         readUntil("");
         waitFor(program_);
         ::close(terminal_);
@@ -625,6 +629,20 @@ TEST_F(Colours, AreShownOnATerminal)
                   ":2:16:\x1b[0m engine.setting-file: must be an absolute path, not the integer 5\r\n" +
                   badPolicy_ + ": \x1b[31m1 problem\x1b[0m\r\n",
               shownBy({"check", badPolicy_}));
+}
+
+TEST_F(Colours, AreShownOnlyWhereThereIsATerminal)
+{
+    EXPECT_EQ("", shownBy({"diff", oldPolicy_, newPolicy_}, STDOUT_FILENO));
+    EXPECT_EQ("~ engine, fips: false\n  now true\n", tests::contentsOf(file_));
+    EXPECT_EQ("\x1b[33m~ engine, fips\x1b[0m: false\r\n  now true\r\n",
+              shownBy({"diff", oldPolicy_, newPolicy_}, STDERR_FILENO));
+
+    EXPECT_EQ("", shownBy({"diff", oldPolicy_}, STDERR_FILENO));
+    EXPECT_EQ("ipseccfgctl: diff: NEW is required\nTry 'ipseccfgctl diff --help'.\n",
+              tests::contentsOf(file_));
+    EXPECT_EQ("\x1b[31mipseccfgctl:\x1b[0m diff: NEW is required\r\nTry 'ipseccfgctl diff --help'.\r\n",
+              shownBy({"diff", oldPolicy_}, STDOUT_FILENO));
 }
 
 TEST_F(Colours, AreNotShownToWhoDoesNotWantOrHaveThem)
