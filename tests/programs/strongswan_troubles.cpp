@@ -5,6 +5,7 @@
 #include "Exceptions.h"
 #include "server_support.h"
 
+#include <ctime>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -16,6 +17,13 @@
 namespace {
 
 using norvale::tamber::systemdata::ipseccfg::strongswan::Troubles;
+
+double secondsOf(clockid_t clock)
+{
+    timespec time = {};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
 
 class StrongswanTroubles : public ::testing::Test {
 protected:
@@ -88,6 +96,7 @@ TEST_F(StrongswanTroubles, AreOverWithATunnel)
 {
     say("06[IKE] <a|4> received NO_PROPOSAL_CHOSEN notify error\n"
         "06[IKE] <b|5> received NO_PROPOSAL_CHOSEN notify error\n"
+        "06[IKE] <b|6> IKE_SA b[6] established between 10.0.0.1[10.0.0.1]...10.0.0.3[10.0.0.3]\n"
         "06[IKE] <a|6> CHILD_SA use-1{2} established with SPIs c92dcc21_i cecfebae_o and TS 10.0.0.1/32 === "
         "10.0.0.2/32\n");
     EXPECT_EQ("b received NO_PROPOSAL_CHOSEN notify error\n", kept());
@@ -123,6 +132,23 @@ TEST_F(StrongswanTroubles, AreReadOnWhateverIsSaid)
         log << "06[IKE] <a|4> no private key found for 'x'\n";
     log.close();
     EXPECT_TRUE(log);
+}
+
+// Nor is memory taken without end.
+TEST_F(StrongswanTroubles, AreNotGatheredOfALineThatDoesNotEnd)
+{
+    say("06[IKE] <b|4> " + std::string(1000000, 'x') + "06[IKE] <a|4> no private key found for 'x'\n");
+    EXPECT_EQ("a no private key found for 'x'\n", kept());
+}
+
+TEST_F(StrongswanTroubles, TakeNoTimeWhileNothingIsSaid)
+{
+    say(""); // and nobody has the log open any more
+    const double before = secondsOf(CLOCK_PROCESS_CPUTIME_ID) - secondsOf(CLOCK_THREAD_CPUTIME_ID);
+    const double begin = secondsOf(CLOCK_THREAD_CPUTIME_ID);
+    while (secondsOf(CLOCK_THREAD_CPUTIME_ID) < begin + 0.1)
+        continue;
+    EXPECT_GT(before + 0.05, secondsOf(CLOCK_PROCESS_CPUTIME_ID) - secondsOf(CLOCK_THREAD_CPUTIME_ID));
 }
 
 TEST_F(StrongswanTroubles, NeedAFreeName)
