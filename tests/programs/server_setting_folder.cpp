@@ -3,6 +3,7 @@
 #include "Exceptions.h"
 #include "ServerLock.h"
 #include "SettingFolder.h"
+#include "UnfinishedChange.h"
 
 #include "Swapper.h"
 #include "server_support.h"
@@ -342,6 +343,42 @@ TEST_F(ServerSettingFileTest, IsRemovedOnce)
     file.remove();
     EXPECT_FALSE(tests::exists(path));
     EXPECT_EQ("can't delete the file", tests::textThrownBy<std::runtime_error>([this] { file.remove(); }));
+}
+
+// What a killed server leaves
+
+TEST_F(ServerSettingFolder, HasNoNoteOfAChangeThatCannotBegin)
+{
+    folder.setInUse(directory + "/used.conf");
+    EXPECT_THROW(UnfinishedChange(folder).begin(directory + "/missing/new.conf"), std::runtime_error);
+    EXPECT_EQ(Names{".current"}, tests::namesIn(directory));
+}
+
+TEST_F(ServerSettingFolder, IsClearedUpWhereverANoteLeads)
+{
+    for (const char* const nowhere : {"missing/a.conf", "..", ".current/a.conf"}) {
+        tests::writeFile(directory + "/b.conf", "a key");
+        std::filesystem::create_symlink(nowhere, directory + "/.changing");
+        std::filesystem::create_symlink(nowhere, directory + "/.making");
+        std::filesystem::create_symlink("b.conf", directory + "/.removing");
+        UnfinishedChange(folder).clearUp();
+        EXPECT_EQ(Names{}, tests::namesIn(directory)) << nowhere;
+    }
+}
+
+TEST_F(ServerSettingFolder, KeepsTheNewContentOfAChangeOnceItIsInUse)
+{
+    for (const bool inUse : {false, true}) {
+        tests::writeFile(directory + "/a.conf", "new");
+        tests::writeFile(directory + "/.a.conf.old", "old");
+        std::filesystem::create_symlink("a.conf", directory + "/.changing");
+        if (inUse)
+            folder.setInUse(directory + "/a.conf");
+        UnfinishedChange(folder).clearUp();
+        EXPECT_EQ(inUse ? "new" : "old", tests::readFile(directory + "/a.conf"));
+        EXPECT_FALSE(tests::exists(directory + "/.a.conf.old"));
+        EXPECT_FALSE(std::filesystem::is_symlink(directory + "/.changing"));
+    }
 }
 
 TEST(ServerLock, IsHeldByOneServerAtATime)
