@@ -154,6 +154,21 @@ TEST_F(ClientStatus, SaysHowTheLastNegotiationFailed)
     EXPECT_EQ("the last negotiation failed: a?b?", status()[1].reason);
 }
 
+TEST_F(ClientStatus, IsATableWithoutAGap)
+{
+    EXPECT_EQ(
+        "  priority  action   source                      destination  state     peer  suite  bytes in/out  "
+        "packets "
+        "in/out  rekey\n"
+        "  0         bypass   192.0.2.1/32, 192.0.2.4/31  10.0.0.0/8   in force  -     -      -             -"
+        "               -\n"
+        "  10        use      192.0.2.1/32, 192.0.2.4/31  10.0.0.0/8   trapped   -     -      -             -"
+        "               -\n"
+        "  99        discard  192.0.2.1/32, 192.0.2.4/31  10.0.0.0/8   in force  -     -      -             -"
+        "               -\n",
+        viewOf(status()));
+}
+
 TEST_F(ClientStatus, SaysThatTheKernelHasNoPolicyForARule)
 {
     troubles = "protect-1 anything\n";
