@@ -2,9 +2,12 @@
 
 #include "EngineStatus.h"
 #include "Exceptions.h"
+#include "Report.h"
 #include "StatusView.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -214,6 +217,47 @@ TEST_F(ClientStatus, IsThatOfTheKeysThatWereMadeLast)
     ASSERT_TRUE(rules[1].tunnel);
     EXPECT_EQ(2U, rules[1].tunnel->bytesIn);
     EXPECT_EQ("AES_CBC-256/HMAC_SHA2_256_128/MODP_2048", rules[1].tunnel->suite);
+}
+
+struct Printed {
+    std::string out;
+    std::string err;
+};
+
+Printed printed(const Outcome& outcome, bool json)
+{
+    Options options;
+    options.command = Command::Status;
+    options.json = json;
+    std::ostringstream out;
+    std::ostringstream err;
+    report(outcome, options, out, err);
+    return {out.str(), err.str()};
+}
+
+TEST_F(ClientStatus, IsListedInJson)
+{
+    connections = {connections[0],
+                   Element::decode(section("protect-2", section("children", child("use-2", "13"))))};
+    associations = {Element::decode(
+        section("protect-1", value("remote-host", "10.0.0.2") + value("remote-id", "CN=x") +
+                                 section("child-sas", tunnel("1", "use-1", "INSTALLED", "7"))))};
+    const Outcome outcome{Status::Success, "2 rules in force", {}, {}, status()};
+    EXPECT_EQ(nlohmann::json::parse(
+                  R"([{"action": "use", "source": "192.0.2.1/32, 192.0.2.4/31", "destination": "10.0.0.0/8",
+                       "priority": 10, "state": "up", "reason": "", "peer": "10.0.0.2 [CN=x]",
+                       "suite": "AES_CBC-256/HMAC_SHA2_256_128/MODP_2048", "bytes-in": 7, "bytes-out": 0,
+                       "packets-in": 0, "packets-out": 0, "rekey-seconds": 0},
+                      {"action": "use", "source": "192.0.2.1/32, 192.0.2.4/31", "destination": "10.0.0.0/8",
+                       "priority": 11, "state": "down", "reason": "the kernel has no policy for it"}])"),
+              nlohmann::json::parse(printed(outcome, true).out).at("rules"));
+}
+
+// The server takes no part in it.
+TEST_F(ClientStatus, ThatCannotBeToldIsNoRefusalOfTheServer)
+{
+    EXPECT_EQ("ipseccfgctl: status: the engine is not running; 'ipseccfgctl start POLICY' starts it\n",
+              printed({Status::Failure, "the engine is not running", {}, {}}, false).err);
 }
 
 TEST_F(ClientStatus, IsThatOfAnEngineThatCanBeAsked)
