@@ -250,20 +250,22 @@ TEST(MessageText, CarriesOrRefusesEveryByteAtEveryPlace)
     }
 }
 
-// Whatever part of a word is left at the end.
+// Whatever part of a word is left at the end, whatever stands in the others and in the memory behind them.
 TEST(MessageText, EscapesAndRefusesAtEveryPlaceOfATextOfAnyLength)
 {
-    for (std::size_t length = 1; length <= 33; ++length)
-        for (std::size_t place = 0; place < length; ++place) {
-            std::string text(length, 'x');
-            text[place] = '<';
-            const std::string escaped =
-                std::string(place, 'x') + "&lt;" + std::string(length - place - 1, 'x');
-            ASSERT_EQ(DECLARATION + answerWith("<value><string>" + escaped + "</string></value>"),
-                      textOfScalar(text, Type::string));
-            text[place] = '\x01';
-            ASSERT_EQ("<refused>", textOfScalar(text, Type::string)) << place << " of " << length;
-        }
+    for (const char filling : {'0', 'x'})
+        for (std::size_t length = 1; length <= 33; ++length)
+            for (std::size_t place = 0; place < length; ++place) {
+                std::string text(length + 32, filling);
+                text.resize(length);
+                text[place] = '<';
+                const std::string escaped =
+                    std::string(place, filling) + "&lt;" + std::string(length - place - 1, filling);
+                ASSERT_EQ(DECLARATION + answerWith("<value><string>" + escaped + "</string></value>"),
+                          textOfScalar(text, Type::string));
+                text[place] = '\x01';
+                ASSERT_EQ("<refused>", textOfScalar(text, Type::string)) << place << " of " << length;
+            }
 }
 
 INSTANTIATE_TEST_SUITE_P(
