@@ -127,6 +127,20 @@ TEST(CommandLine, ThatIsWrongIsRefusedWithTheReason)
     }
 }
 
+TEST(CommandLine, KnowsWhatOtherToolsCallItsCommands)
+{
+    const std::pair<const char*, const char*> names[] = {
+        {"up", "start"},      {"load", "start"},    {"reload", "restart"},
+        {"stop", "shutdown"}, {"down", "shutdown"}, {"verify", "check"},
+        {"list", "show"},     {"compare", "diff"},  {"new", "init"},
+    };
+    for (const auto& [name, command] : names)
+        EXPECT_EQ("a command is needed, one of start, restart, shutdown, check, show, diff, init, status "
+                  "(did you mean '" +
+                      std::string(command) + "'?)",
+                  read({name, "p"}).text);
+}
+
 std::vector<std::string> linesOf(const std::string& text)
 {
     std::vector<std::string> lines;
