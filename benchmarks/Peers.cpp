@@ -2,10 +2,15 @@
 
 #include "Workload.h"
 
+#include "PayloadBuilder.h"
+#include "PayloadVisitor.h"
+
 #include <expat.h>
 #include <xmlrpc-c/base.h>
 
+#include <charconv>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -58,35 +63,179 @@ struct Free {
 };
 using OwnedText = std::unique_ptr<const char, Free>;
 
-int integerOf(Environment& environment, xmlrpc_value* structure, const char* name)
+struct Release {
+    void operator()(xmlrpc_value* value) const { xmlrpc_DECREF(value); }
+};
+using Value = std::unique_ptr<xmlrpc_value, Release>;
+
+Value memberOf(Environment& environment, xmlrpc_value* structure, const char* name)
 {
     xmlrpc_value* value = nullptr;
-    int number = 0;
     xmlrpc_struct_read_value(environment, structure, name, &value);
     environment.check();
+    return Value(value);
+}
+
+Value itemOf(Environment& environment, xmlrpc_value* array, unsigned index)
+{
+    xmlrpc_value* value = nullptr;
+    xmlrpc_array_read_item(environment, array, index, &value);
+    environment.check();
+    return Value(value);
+}
+
+int toInteger(Environment& environment, xmlrpc_value* value)
+{
+    int number = 0;
     xmlrpc_read_int(environment, value, &number);
-    xmlrpc_DECREF(value);
+    environment.check();
     return number;
 }
 
-std::string stringOf(Environment& environment, xmlrpc_value* structure, const char* name)
+std::string toString(Environment& environment, xmlrpc_value* value)
 {
-    xmlrpc_value* value = nullptr;
     std::size_t size = 0;
     const char* text = nullptr;
-    xmlrpc_struct_read_value(environment, structure, name, &value);
-    environment.check();
     xmlrpc_read_string_lp(environment, value, &size, &text);
-    xmlrpc_DECREF(value);
     environment.check();
     const OwnedText owned(text);
     return {text, size};
 }
 
-struct Release {
-    void operator()(xmlrpc_value* value) const { xmlrpc_DECREF(value); }
+int integerOf(Environment& environment, xmlrpc_value* structure, const char* name)
+{
+    return toInteger(environment, memberOf(environment, structure, name).get());
+}
+
+std::string stringOf(Environment& environment, xmlrpc_value* structure, const char* name)
+{
+    return toString(environment, memberOf(environment, structure, name).get());
+}
+
+// The text of a call with an array of structures as its only parameter; its size.
+std::size_t writeCall(Environment& environment, xmlrpc_value* array)
+{
+    const Value params(xmlrpc_array_new(environment));
+    xmlrpc_array_append_item(environment, params.get(), array);
+    xmlrpc_mem_block* const text = xmlrpc_mem_block_new(environment, 0);
+    xmlrpc_serialize_call(environment, text, "/usr/sbin/systemdataIPsecCfgServer", params.get());
+    environment.check();
+    const std::size_t size = xmlrpc_mem_block_size(text);
+    xmlrpc_mem_block_free(text);
+    return size;
+}
+
+// Hands every structure of such a call to `take`.
+template <class Take>
+void readCall(Environment& environment, const std::string& text, Take take)
+{
+    xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, text.size() + 1);
+    const char* method = nullptr;
+    xmlrpc_value* parsed = nullptr;
+    xmlrpc_parse_call(environment, text.data(), text.size(), &method, &parsed);
+    environment.check();
+    const Value params(parsed);
+    const OwnedText ownedMethod(method);
+    const Value array = itemOf(environment, params.get(), 0);
+    const int count = xmlrpc_array_size(environment, array.get());
+    for (int index = 0; index < count; ++index)
+        take(itemOf(environment, array.get(), static_cast<unsigned>(index)).get());
+}
+
+// Sets a transform's attributes as members of its structure.
+class AttributeWriter : public PayloadVisitor {
+public:
+    AttributeWriter(Environment& environment, xmlrpc_value* structure)
+        : environment_(environment)
+        , structure_(structure)
+    {}
+
+    void visit(SecurityAssociation&) override {}
+    void visit(Proposal&) override {}
+    void visit(Transform&) override {}
+    void visit(EncryptionAlgorithm& payload) override { set_("enc-algo", payload); }
+    void visit(KeyLength& payload) override { set_("key-length", payload); }
+    void visit(HashAlgorithm& payload) override { set_("hash-algo", payload); }
+    void visit(GroupDescription& payload) override { set_("group-dsc", payload); }
+    void visit(LifeType& payload) override { set_("life-type", payload); }
+    void visit(LifeDuration& payload) override { set_("life-duration", payload); }
+
+    void visit(AuthenticationMethod& payload) override
+    {
+        xmlrpc_value* const values = xmlrpc_array_new(environment_);
+        for (const std::string& text : {std::to_string(payload.getValue()), hexText_(payload.getData())}) {
+            const Value value(xmlrpc_string_new_lp(environment_, text.size(), text.data()));
+            xmlrpc_array_append_item(environment_, values, value.get());
+        }
+        benchmarks::set(environment_, structure_, "auth-method", values);
+    }
+
+private:
+    void set_(const char* name, const Attribute& attribute)
+    {
+        setInteger(environment_, structure_, name, attribute.getValue());
+    }
+
+    static std::string hexText_(const std::string& data)
+    {
+        std::string text = "0x";
+        for (const char byte : data) {
+            char digits[8];
+            text.append(
+                digits,
+                std::to_chars(digits, digits + sizeof digits, static_cast<unsigned char>(byte), 16).ptr);
+        }
+        return text;
+    }
+
+    Environment& environment_;
+    xmlrpc_value* structure_;
 };
-using Value = std::unique_ptr<xmlrpc_value, Release>;
+
+void appendTransforms(Environment& environment, xmlrpc_value* array, const Payload& association, int phase)
+{
+    for (const PayloadPtr& proposal : association.getChildren()) {
+        for (const PayloadPtr& transform : proposal->getChildren()) {
+            const Value structure(xmlrpc_struct_new(environment));
+            setInteger(environment, structure.get(), "table-id", 1);
+            setInteger(environment, structure.get(), "phase-id", phase);
+            setInteger(environment, structure.get(), "proposal-id",
+                       dynamic_cast<const Proposal&>(*proposal).getId());
+            setInteger(environment, structure.get(), "transform-id",
+                       dynamic_cast<const Transform&>(*transform).getId());
+            AttributeWriter writer(environment, structure.get());
+            for (const PayloadPtr& attribute : transform->getChildren())
+                attribute->accept(writer);
+            xmlrpc_array_append_item(environment, array, structure.get());
+        }
+    }
+}
+
+PayloadPtr readAuthenticationMethod(Environment& environment, xmlrpc_value* structure)
+{
+    const Value values = memberOf(environment, structure, "auth-method");
+    const std::string number = toString(environment, itemOf(environment, values.get(), 0).get());
+    const std::string digits = toString(environment, itemOf(environment, values.get(), 1).get());
+    std::string data;
+    for (std::size_t at = 2; at < digits.size(); at += 2)
+        data.push_back(static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16)));
+    return createAuthenticationMethod(static_cast<AuthenticationMethod::Type>(std::stoi(number)), data);
+}
+
+PayloadPtr readTransform(Environment& environment, xmlrpc_value* structure)
+{
+    const auto number = [&](const char* name) { return integerOf(environment, structure, name); };
+    const auto transform = std::make_shared<Transform>();
+    transform->setId(number("transform-id"));
+    transform->add(createEncryptionAlgorithm(static_cast<EncryptionAlgorithm::Type>(number("enc-algo"))));
+    transform->add(createKeyLength(number("key-length")));
+    transform->add(createHashAlgorithm(static_cast<HashAlgorithm::Type>(number("hash-algo"))));
+    transform->add(readAuthenticationMethod(environment, structure));
+    transform->add(createGroupDescription(static_cast<GroupDescription::Type>(number("group-dsc"))));
+    transform->add(createLifeType(static_cast<LifeType::Type>(number("life-type"))));
+    transform->add(createLifeDuration(number("life-duration")));
+    return transform;
+}
 
 } // namespace
 
@@ -108,48 +257,55 @@ std::size_t encodeByXmlrpcC(const FilterSet& rules)
         setInteger(environment, structure.get(), "priority", rule->getPriority());
         xmlrpc_array_append_item(environment, array.get(), structure.get());
     }
-    const Value params(xmlrpc_array_new(environment));
-    xmlrpc_array_append_item(environment, params.get(), array.get());
-    xmlrpc_mem_block* const text = xmlrpc_mem_block_new(environment, 0);
-    xmlrpc_serialize_call(environment, text, "/usr/sbin/systemdataIPsecCfgServer", params.get());
-    environment.check();
-    const std::size_t size = xmlrpc_mem_block_size(text);
-    xmlrpc_mem_block_free(text);
-    return size;
+    return writeCall(environment, array.get());
 }
 
 FilterSet decodeByXmlrpcC(const std::string& text)
 {
-    xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, text.size() + 1);
     Environment environment;
-    const char* method = nullptr;
-    xmlrpc_value* parsed = nullptr;
-    xmlrpc_parse_call(environment, text.data(), text.size(), &method, &parsed);
-    environment.check();
-    const Value params(parsed);
-    const OwnedText ownedMethod(method);
-
-    xmlrpc_value* first = nullptr;
-    xmlrpc_array_read_item(environment, params.get(), 0, &first);
-    environment.check();
-    const Value array(first);
     FilterSet rules;
-    const int count = xmlrpc_array_size(environment, array.get());
-    for (int index = 0; index < count; ++index) {
-        xmlrpc_value* item = nullptr;
-        xmlrpc_array_read_item(environment, array.get(), static_cast<unsigned>(index), &item);
-        const Value structure(item);
-        const FilterRulePtr rule = createFilterRule(
-            static_cast<FilterRule::FilterType>(integerOf(environment, item, "filter-type")),
-            stringOf(environment, item, "src-addr"), stringOf(environment, item, "dst-addr"));
-        rule->setIdentityType(
-            static_cast<FilterRule::IdentityType>(integerOf(environment, item, "identity-type")));
-        rule->setSrcIdentity(stringOf(environment, item, "src-identity"));
-        rule->setDstIdentity(stringOf(environment, item, "dst-identity"));
-        rule->setPriority(integerOf(environment, item, "priority"));
+    readCall(environment, text, [&](xmlrpc_value* structure) {
+        const auto number = [&](const char* name) { return integerOf(environment, structure, name); };
+        const auto string = [&](const char* name) { return stringOf(environment, structure, name); };
+        const FilterRulePtr rule =
+            createFilterRule(static_cast<FilterRule::FilterType>(number("filter-type")), string("src-addr"),
+                             string("dst-addr"));
+        rule->setIdentityType(static_cast<FilterRule::IdentityType>(number("identity-type")));
+        rule->setSrcIdentity(string("src-identity"));
+        rule->setDstIdentity(string("dst-identity"));
+        rule->setPriority(number("priority"));
         rules.push_back(rule);
-    }
+    });
     return rules;
+}
+
+std::size_t encodeByXmlrpcC(const Associations& associations)
+{
+    Environment environment;
+    const Value array(xmlrpc_array_new(environment));
+    appendTransforms(environment, array.get(), *associations.phase1, 1);
+    appendTransforms(environment, array.get(), *associations.phase2, 2);
+    return writeCall(environment, array.get());
+}
+
+Associations decodeAssociationsByXmlrpcC(const std::string& text)
+{
+    Environment environment;
+    Associations associations = {createSecurityAssociation(), createSecurityAssociation()};
+    std::map<std::pair<int, int>, PayloadPtr> proposals;
+    readCall(environment, text, [&](xmlrpc_value* structure) {
+        const int phase = integerOf(environment, structure, "phase-id");
+        const int id = integerOf(environment, structure, "proposal-id");
+        PayloadPtr& known = proposals[{phase, id}];
+        if (!known) {
+            const auto proposal = std::make_shared<Proposal>();
+            proposal->setId(id);
+            (phase == 1 ? associations.phase1 : associations.phase2)->add(proposal);
+            known = proposal;
+        }
+        known->add(readTransform(environment, structure));
+    });
+    return associations;
 }
 
 std::size_t parseByExpat(const std::string& text)

@@ -26,6 +26,8 @@ std::string digits(std::size_t number, char separator)
     return text.str();
 }
 
+constexpr const char* SERVER = "/usr/sbin/systemdataIPsecCfgServer";
+
 template <class Message>
 void run(Message&& message, parser::CArrayParser& array)
 {
@@ -64,9 +66,17 @@ std::string toText(parser::CArrayParser& array)
     return text.take();
 }
 
+void read(parser::CArrayParser& request, const std::string& text)
+{
+    std::istringstream stream(text);
+    parser::CIStream in(stream);
+    if (request.parse(in) != 0)
+        throw std::runtime_error("the message cannot be read");
+}
+
 void fill(parser::CArrayParser& request, const FilterSet& rules, bool pretty)
 {
-    request.setCommand("/usr/sbin/systemdataIPsecCfgServer");
+    request.setCommand(SERVER);
     request.setPrettyPrint(pretty);
     run(FilterRuleSerializer(rules, {}), request);
 }
@@ -85,6 +95,29 @@ protected:
 private:
     std::size_t taken_ = 0;
 };
+
+PayloadPtr sampleAssociation(int proposals, int transforms)
+{
+    PayloadPtr association = createSecurityAssociation();
+    for (int proposalId = 1; proposalId <= proposals; ++proposalId) {
+        const auto proposal = std::make_shared<Proposal>();
+        proposal->setId(proposalId);
+        for (int transformId = 1; transformId <= transforms; ++transformId) {
+            const auto transform = std::make_shared<Transform>();
+            transform->setId(transformId);
+            transform->add(createEncryptionAlgorithm(EncryptionAlgorithm::AES));
+            transform->add(createKeyLength(256));
+            transform->add(createHashAlgorithm(HashAlgorithm::SHA256));
+            transform->add(createAuthenticationMethod(AuthenticationMethod::PSK, "a shared secret"));
+            transform->add(createGroupDescription(GroupDescription::G14));
+            transform->add(createLifeType(LifeType::SECOND));
+            transform->add(createLifeDuration(28800));
+            proposal->add(transform);
+        }
+        association->add(proposal);
+    }
+    return association;
+}
 
 } // namespace
 
@@ -106,27 +139,14 @@ FilterSet sampleRules(std::size_t count)
     return rules;
 }
 
-PayloadPtr sampleAssociation(int proposals, int transforms)
+Associations smallAssociations()
 {
-    const PayloadPtr association = createSecurityAssociation();
-    for (int proposalId = 1; proposalId <= proposals; ++proposalId) {
-        const auto proposal = std::make_shared<Proposal>();
-        proposal->setId(proposalId);
-        for (int transformId = 1; transformId <= transforms; ++transformId) {
-            const auto transform = std::make_shared<Transform>();
-            transform->setId(transformId);
-            transform->add(createEncryptionAlgorithm(EncryptionAlgorithm::AES));
-            transform->add(createKeyLength(256));
-            transform->add(createHashAlgorithm(HashAlgorithm::SHA256));
-            transform->add(createAuthenticationMethod(AuthenticationMethod::PSK, "a shared secret"));
-            transform->add(createGroupDescription(GroupDescription::G14));
-            transform->add(createLifeType(LifeType::SECOND));
-            transform->add(createLifeDuration(28800));
-            proposal->add(transform);
-        }
-        association->add(proposal);
-    }
-    return association;
+    return {sampleAssociation(1, 1), sampleAssociation(1, 1)};
+}
+
+Associations deepAssociations()
+{
+    return {sampleAssociation(100, 10), sampleAssociation(100, 10)};
 }
 
 std::string encode(const FilterSet& rules, bool pretty)
@@ -148,23 +168,37 @@ std::size_t encodeNowhere(const FilterSet& rules)
 
 FilterSet decode(const std::string& text)
 {
-    std::istringstream stream(text);
-    parser::CIStream in(stream);
     parser::CArrayParser request;
-    if (request.parse(in) != 0)
-        throw std::runtime_error("the message cannot be read");
+    read(request, text);
     FilterRuleDeserializer rules;
     run(rules, request);
     return rules.getUsedFilterRules();
 }
 
-std::string encodeRequest(const PayloadPtr& phase1, const PayloadPtr& phase2, const FilterSet& rules)
+std::string encode(const Associations& associations)
 {
     parser::CArrayParser request;
-    request.setCommand("/usr/sbin/systemdataIPsecCfgServer");
+    request.setCommand(SERVER);
+    run(SecurityAssociationSerializer(associations.phase1, associations.phase2), request);
+    return toText(request);
+}
+
+Associations decodeAssociations(const std::string& text)
+{
+    parser::CArrayParser request;
+    read(request, text);
+    SecurityAssociationDeserializer associations;
+    run(associations, request);
+    return {associations.getPhase1SA(), associations.getPhase2SA()};
+}
+
+std::string encodeRequest(const Associations& associations, const FilterSet& rules)
+{
+    parser::CArrayParser request;
+    request.setCommand(SERVER);
     request.setPrettyPrint(true);
     run(ScenarioSerializer(ScenarioCommand::Start, "/run/ipseccfg/engine.conf", false, ""), request);
-    run(SecurityAssociationSerializer(phase1, phase2), request);
+    run(SecurityAssociationSerializer(associations.phase1, associations.phase2), request);
     run(FilterRuleSerializer(rules, {}), request);
     return toText(request);
 }

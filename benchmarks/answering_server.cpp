@@ -5,11 +5,27 @@
 #include "ObjectXMLMapping.h"
 #include "XmlRpcReceivePolicy.h"
 
+#include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <list>
 #include <string>
 
 using namespace norvale::tamber::systemdata;
+
+namespace {
+
+// The most memory that was resident. Not from getrusage, which counts what the starting process had, too.
+std::string peakMemory()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line) && line.rfind("VmHWM:", 0) != 0) {
+    }
+    return line;
+}
+
+} // namespace
 
 int main()
 {
@@ -21,7 +37,9 @@ int main()
     ipseccfg::common::XmlRpcReceivePolicy(std::cin).execute(ipseccfg::common::getIPsecPolicy(), others,
                                                             certificates, settingFile, fipsMode);
     parser::CArrayParser answer;
-    ipseccfg::common::ResultSerializer result(ipseccfg::common::ResultCommand::Success, "");
+    const bool measuresMemory = std::getenv("BENCHMARK_PEAK_MEMORY") != nullptr;
+    ipseccfg::common::ResultSerializer result(ipseccfg::common::ResultCommand::Success,
+                                              measuresMemory ? peakMemory() : "");
     result.setArrayParser(&answer);
     result.execute();
     parser::COStream out(std::cout);

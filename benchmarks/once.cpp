@@ -33,6 +33,11 @@ void* counted(void* memory)
     return memory;
 }
 
+std::size_t proposalsOf(const benchmarks::Associations& associations)
+{
+    return associations.phase1->getNumberOfChildren() + associations.phase2->getNumberOfChildren();
+}
+
 } // namespace
 
 // The C library lets a program bring its own allocation functions; these count and pass on.
@@ -78,12 +83,12 @@ int main(int argc, const char* argv[])
         return 2;
     }
     const auto rules = benchmarks::sampleRules(static_cast<std::size_t>(std::atol(argv[2])));
-    const auto association = benchmarks::sampleAssociation(100, 10);
-    const auto small = benchmarks::sampleAssociation(1, 1);
+    const benchmarks::Associations associations = benchmarks::deepAssociations();
     const std::string compact = benchmarks::encode(rules, false);
     const std::string pretty = benchmarks::encode(rules, true);
-    const std::string request = benchmarks::encodeRequest(small, small, rules);
-    const std::string deep = benchmarks::encodeRequest(association, association, {});
+    const std::string request = benchmarks::encodeRequest(benchmarks::smallAssociations(), rules);
+    const std::string deep = benchmarks::encode(associations);
+    const std::string deepRequest = benchmarks::encodeRequest(associations, {});
 
     struct Work {
         const std::string& text; // what is written or read
@@ -99,9 +104,12 @@ int main(int argc, const char* argv[])
         {"decode-xmlrpc-c", {compact, [&] { return benchmarks::decodeByXmlrpcC(compact).size(); }}},
         {"decode-floor", {compact, [&] { return benchmarks::parseByExpat(compact); }}},
         {"receive", {request, [&] { return benchmarks::receive(request); }}},
-        {"encode-associations",
-         {deep, [&] { return benchmarks::encodeRequest(association, association, {}).size(); }}},
-        {"receive-associations", {deep, [&] { return benchmarks::receive(deep) + 1; }}},
+        {"encode-associations", {deep, [&] { return benchmarks::encode(associations).size(); }}},
+        {"encode-associations-xmlrpc-c", {deep, [&] { return benchmarks::encodeByXmlrpcC(associations); }}},
+        {"decode-associations", {deep, [&] { return proposalsOf(benchmarks::decodeAssociations(deep)); }}},
+        {"decode-associations-xmlrpc-c",
+         {deep, [&] { return proposalsOf(benchmarks::decodeAssociationsByXmlrpcC(deep)); }}},
+        {"receive-associations", {deepRequest, [&] { return benchmarks::receive(deepRequest) + 1; }}},
     };
     const auto work = works.find(argv[1]);
     if (work == works.end()) {

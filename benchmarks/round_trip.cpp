@@ -7,10 +7,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <spawn.h>
 #include <sstream>
-#include <stdexcept>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,13 +21,15 @@ namespace {
 
 using benchmark::State;
 
-void RoundTrip(State& state)
+// Sends a policy of `rules` rules to the answering server, as often as `state` asks for; returns the last answer.
+std::string sendTo(State& state, std::size_t rules)
 {
     ::setenv("IPSECCFGSERVER", BENCHMARK_ANSWERING_SERVER, 1);
     common::IPsecPolicy policy;
-    policy.setPhase1SA(sampleAssociation(1, 1));
-    policy.setPhase2SA(sampleAssociation(1, 1));
-    for (const auto& rule : sampleRules(static_cast<std::size_t>(state.range(0))))
+    const Associations associations = smallAssociations();
+    policy.setPhase1SA(associations.phase1);
+    policy.setPhase2SA(associations.phase2);
+    for (const auto& rule : sampleRules(rules))
         policy.addFilter(rule);
     common::XmlRpcSendPolicy sender;
     std::ostringstream console; // the sender prints the answer
@@ -37,6 +40,25 @@ void RoundTrip(State& state)
             state.SkipWithError("the server did not answer success");
     }
     std::cout.rdbuf(terminal);
+    return console.str();
+}
+
+void RoundTrip(State& state)
+{
+    sendTo(state, static_cast<std::size_t>(state.range(0)));
+}
+
+// What the server had resident at most, as it says in its answer.
+void ServerMemory(State& state)
+{
+    ::setenv("BENCHMARK_PEAK_MEMORY", "", 1);
+    const std::string answer = sendTo(state, static_cast<std::size_t>(state.range(0)));
+    ::unsetenv("BENCHMARK_PEAK_MEMORY");
+    const std::size_t label = answer.find("VmHWM:");
+    if (label == std::string::npos)
+        state.SkipWithError("the server did not say how much memory it took");
+    else
+        state.counters["KiB"] = std::stod(answer.substr(label + std::strlen("VmHWM:")));
 }
 
 void BareStart(State& state)
@@ -52,6 +74,7 @@ void BareStart(State& state)
 }
 
 BENCHMARK(BareStart)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(ServerMemory)->Arg(1000)->Iterations(1);
 BENCHMARK(RoundTrip)->Arg(10)->Arg(1000)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace
