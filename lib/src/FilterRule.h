@@ -81,8 +81,9 @@ public:
     int getPriority() const;
 
 private:
-    // Looks at thousands of rules for each one added, and so at their texts in place.
+    // Look at thousands of rules, and so at their texts in place.
     friend class FilterFinder;
+    friend class FilterRuleSerializer;
 
     FilterType filterType_;
     std::string srcIpAddress_;

@@ -460,13 +460,13 @@ void FilterRuleSerializer::execute()
 
 void FilterRuleSerializer::addMember_(CParser* parser, const std::shared_ptr<FilterRule>& ptr)
 {
-    addInteger(*parser, "filter-type", ptr->getFilterType());
-    addString(*parser, "src-addr", ptr->getSrcIpAddress());
-    addString(*parser, "dst-addr", ptr->getDstIpAddress());
-    addInteger(*parser, "identity-type", ptr->getIdentityType());
-    addString(*parser, "src-identity", ptr->getSrcIdentity());
-    addString(*parser, "dst-identity", ptr->getDstIdentity());
-    addInteger(*parser, "priority", ptr->getPriority());
+    addInteger(*parser, "filter-type", ptr->filterType_);
+    addString(*parser, "src-addr", ptr->srcIpAddress_);
+    addString(*parser, "dst-addr", ptr->dstIpAddress_);
+    addInteger(*parser, "identity-type", ptr->identityType_);
+    addString(*parser, "src-identity", ptr->srcIdentity_);
+    addString(*parser, "dst-identity", ptr->dstIdentity_);
+    addInteger(*parser, "priority", ptr->priority_);
 }
 
 FilterRuleDeserializer::FilterRuleDeserializer() = default;

@@ -66,20 +66,20 @@ std::size_t wideCharacter(std::string_view text)
     return sequence->length == 3 && isNoncharacter(text) ? 0 : sequence->length;
 }
 
-// Whether eight bytes are all of that kind (or DEL). Each test is exact in whether any byte fails it, which is all that counts.
+// Whether eight bytes are all of that kind (or DEL). A byte with the high bit fails anyway; of others a difference gets that bit where
+// it would be negative, and only there as long as none is.
 bool isPlainWord(const char* text)
 {
     constexpr std::uint64_t ONES = 0x0101010101010101;
     constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
-    const auto hasByteBelow = [](std::uint64_t bytes, unsigned limit) {
-        return (bytes - ONES * limit) & ~bytes & HIGH_BITS;
-    };
+    constexpr auto eightOf = [](char byte) { return ONES * static_cast<Byte>(byte); };
+    constexpr char ANGLES_DIFFER_BY = '<' ^ '>'; // one bit, which '>' has
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, text, sizeof bytes);
-    std::uint64_t special = (bytes & HIGH_BITS) | hasByteBelow(bytes, ' ');
-    for (const char markup : {'&', '<', '>'})
-        special |= hasByteBelow(bytes ^ (ONES * static_cast<Byte>(markup)), 1);
-    return special == 0;
+    const std::uint64_t belowSpace = bytes - eightOf(' ');
+    const std::uint64_t ampersand = (bytes ^ eightOf('&')) - ONES;
+    const std::uint64_t angle = ((bytes | eightOf(ANGLES_DIFFER_BY)) ^ eightOf('>')) - ONES;
+    return ((bytes | belowSpace | ampersand | angle) & HIGH_BITS) == 0;
 }
 
 bool isWhite(char character)
