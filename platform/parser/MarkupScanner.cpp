@@ -28,8 +28,13 @@ const char* find(const char* at, const char* end, char byte)
     return found != nullptr ? static_cast<const char*>(found) : end;
 }
 
+bool beginsInstruction(const char* at, const char* end)
+{
+    return std::string_view(at, static_cast<std::size_t>(end - at)).substr(0, 2) == "<?";
+}
+
 // From text on: past the last tag, if there is nothing but text and tags without attributes, as in nearly all that
-// is read. That costs a few searches in place of a look at every byte.
+// is read (but in the XML declaration). That costs a few searches in place of a look at every byte.
 const char* pastPlainTags(const char* at, const char* end)
 {
     for (const char special : {'!', '?', '"', '\''})
@@ -58,7 +63,7 @@ void MarkupScanner::scan(const char* bytes, std::size_t size)
     const char* at = bytes;
     bool lookedAhead = false;
     while (at != nul && !refused()) {
-        if (state_ == State::text && !std::exchange(lookedAhead, true))
+        if (state_ == State::text && !beginsInstruction(at, nul) && !std::exchange(lookedAhead, true))
             at = pastPlainTags(at, nul);
         const char* const next = skip_(at, nul);
         if (isToken_())
