@@ -17,7 +17,7 @@ import sys
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-SECONDS = 240
+SECONDS = 120
 # A little more than an operation takes, so that some cuts come after its answer.
 LATER = 1.2
 
