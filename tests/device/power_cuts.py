@@ -96,7 +96,7 @@ def main():
         word, policy = dice.choice((("start", start), ("restart", restart)))
         reached = life.read_until(f"now {word} {policy}")
         found, left = life.said("found"), life.said("left")
-        if found not in allowed:
+        if left is None or found not in allowed:
             fail(life, f"round {number}: found policy {found}, allowed are {allowed}")
         if not reached or (found != "none" and life.said("whole") != found):
             fail(life, f"round {number}: the start after a cut")
