@@ -19,7 +19,9 @@ std::string captureFile()
 
 const std::string CAPTURE = captureFile();
 
-std::string ident = "?"; // NOLINT(cert-err58-cpp)
+// The C library keeps the pointer, too, and looks at the name only with each line.
+const char* ident = "?";
+int identFacility = 0;
 
 } // namespace
 
@@ -27,14 +29,16 @@ extern "C" {
 
 void openlog(const char* name, int /*option*/, int facility)
 {
-    ident = std::string(name) + "(" + (facility == LOG_DAEMON ? "daemon" : "?") + ")";
+    ident = name;
+    identFacility = facility;
 }
 
 void vsyslog(int priority, const char* format, std::va_list arguments)
 {
     char line[4096];
     if (std::vsnprintf(line, sizeof line, format, arguments) >= 0)
-        std::ofstream(CAPTURE, std::ios::app) << ident << ' ' << priority << ": " << line << '\n';
+        std::ofstream(CAPTURE, std::ios::app) << ident << (identFacility == LOG_DAEMON ? "(daemon) " : "(?) ")
+                                              << priority << ": " << line << '\n';
 }
 
 void syslog(int priority, const char* format, ...)

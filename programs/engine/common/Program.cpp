@@ -119,7 +119,8 @@ int runProgram(const Program& program, int argc, char** argv)
     closeInheritedDescriptors();
     blockSignals();
     umask(S_IWGRP | S_IWOTH);
-    openlog(("ipseccfg-" + program.name).c_str(), LOG_PID, LOG_DAEMON);
+    static const std::string nameInLog = "ipseccfg-" + program.name; // the log looks at it with each line
+    openlog(nameInLog.c_str(), LOG_PID, LOG_DAEMON);
     return runOrExplain(program, options);
 }
 
