@@ -61,9 +61,17 @@ configserver::Configuration serverConfiguration()
 Outcome status()
 {
     try {
-        const auto rules = engineStatus(serverConfiguration());
+        const configserver::Configuration configuration = serverConfiguration();
+        const auto rules = engineStatus(configuration);
         if (!rules)
             return {Status::Failure, "the engine is not running", {}, {}};
+        if (!protects(configuration))
+            return {Status::Success,
+                    "the engine " + configuration.engine +
+                        " runs; it protects no traffic, so there is nothing to tell of rules",
+                    {},
+                    {},
+                    rules};
         return {Status::Success, counted(rules->size(), "rule") + " in force", {}, {}, rules};
     } catch (const std::runtime_error& error) {
         return {Status::Failure, error.what(), {}, {}};

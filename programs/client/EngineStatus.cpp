@@ -7,6 +7,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -15,6 +16,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
+#include <unistd.h>
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
@@ -130,7 +133,20 @@ void judge(RuleStatus& rule, const Findings& findings, bool installed)
     }
 }
 
+// A pid file that must not be seen is not one that is missing: the engine may well run.
+void requireSight(const std::string& pidFile)
+{
+    if (access(pidFile.c_str(), R_OK) != 0 && errno == EACCES)
+        throw std::runtime_error("cannot read " + pidFile + ": " + std::generic_category().message(EACCES) +
+                                 "; ask with the engine's rights, 'sudo ipseccfgctl status' say");
+}
+
 } // namespace
+
+bool protects(const configserver::Configuration& configuration)
+{
+    return configuration.engine == "strongswan";
+}
 
 Troubles troublesOf(const std::string& content)
 {
@@ -172,10 +188,11 @@ std::vector<RuleStatus> statusOf(const std::vector<Element>& connections,
 
 std::optional<std::vector<RuleStatus>> engineStatus(const configserver::Configuration& configuration)
 {
-    if (configuration.engine != "strongswan")
-        throw std::runtime_error("the engine " + configuration.engine + " has no tunnels to speak of");
+    requireSight(configuration.pidFile);
     if (!configserver::EngineProcess(configuration.pidFile, configuration.serviceCommand).find())
         return std::nullopt;
+    if (!protects(configuration))
+        return std::vector<RuleStatus>();
     const std::string folder = configuration.settingDirectory + "/.strongswan";
     vici::Connection engine(folder + "/vici", EXCHANGE_TIME);
     Element kinds;

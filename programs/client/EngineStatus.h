@@ -15,8 +15,11 @@
 
 namespace norvale::tamber::systemdata::ipseccfg::client {
 
+/// Whether the configured engine protects traffic, and so has something to tell of rules.
+bool protects(const configserver::Configuration& configuration);
+
 /// What the running engine does for each rule, asked through its control interface; nothing if it does not
-/// run.
+/// run, no rules if it does not protect.
 /// @throws std::runtime_error if the configured engine cannot be asked, or does not answer
 std::optional<std::vector<RuleStatus>> engineStatus(const configserver::Configuration& configuration);
 

@@ -119,17 +119,25 @@ void printProblems(const Outcome& outcome, const Options& options, std::ostream&
             << (toSend ? ", nothing was sent" : "") << "\n";
 }
 
-// What a success of a command is called.
-const char* successOf(Command command)
+// What a success of a command is called, and what the server of this system says if it has no more to say.
+struct SuccessFacts {
+    Command command;
+    const char* text;
+    const char* detail;
+};
+constexpr SuccessFacts SUCCESS_FACTS[] = {
+    {Command::Start, "started", "the engine was started"},
+    {Command::Restart, "restarted", "the engine took over the new settings"},
+    {Command::Shutdown, "shut down", "the engine was shut down"},
+};
+
+std::string successText(Command command, const std::string& detail)
 {
-    switch (command) {
-    case Command::Start:
-        return "started";
-    case Command::Restart:
-        return "restarted";
-    default:
-        return "shut down";
-    }
+    for (const SuccessFacts& facts : SUCCESS_FACTS)
+        if (facts.command == command)
+            return facts.text +
+                   (detail.empty() || detail == facts.detail ? "" : ": " + programs::printable(detail));
+    return programs::printable(detail);
 }
 
 void printSuccess(const Outcome& outcome, const Options& options, std::ostream& out)
@@ -144,8 +152,7 @@ void printSuccess(const Outcome& outcome, const Options& options, std::ostream& 
     else if (options.command == Command::Check)
         out << programs::printable(options.policyFile) << ": " << outcome.detail << "\n";
     else
-        out << successOf(options.command) << (outcome.detail.empty() ? "" : ": ")
-            << programs::printable(outcome.detail) << "\n";
+        out << successText(options.command, outcome.detail) << "\n";
 }
 
 // What to do next about what the server said.

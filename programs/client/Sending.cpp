@@ -113,6 +113,17 @@ std::string reasonOf(const std::exception& error)
     return reason.rfind(prefix, 0) == 0 ? reason.substr(prefix.size()) : reason;
 }
 
+// Why there is no server, and what to do about it. Of the path that is built in nobody has heard.
+std::string noServer(const std::system_error& error)
+{
+    const bool nobodyNamedOne = serverPath() == common::XmlRpcSendPolicy::RPC_COMMAND;
+    if (nobodyNamedOne && error.code() == std::errc::no_such_file_or_directory)
+        return "no server: systemdataIPsecCfgServer is not along PATH; install it, or name its executable or "
+               "its "
+               "socket, /run/ipseccfg.sock say, with --server or IPSECCFGSERVER";
+    return "no server: " + reasonOf(error) + "; " + advice(error);
+}
+
 bool isFault(const std::exception& error)
 {
     return std::string(error.what()).rfind("Error rsp: ", 0) == 0;
@@ -143,7 +154,7 @@ Outcome exchange(const std::function<int(common::XmlRpcSendPolicy&)>& request)
         send(request, outcome);
     } catch (const std::system_error& error) {
         outcome.status = Status::NoAnswer;
-        outcome.detail = "no server: " + reasonOf(error) + "; " + advice(error);
+        outcome.detail = noServer(error);
     } catch (const std::exception& error) {
         outcome.status = isFault(error) ? Status::Failure : Status::NoAnswer;
         outcome.detail =

@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "Report.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -183,6 +184,18 @@ TEST(Report, TellsTheServersDetailOfASuccess)
               printed({Status::Success, "engine 7 is ready", {}, {}}, {"start", "p"}).out);
     EXPECT_EQ("restarted: fine\n", printed({Status::Success, "fine", {}, {}}, {"restart", "p"}).out);
     EXPECT_EQ("shut down\n", printed({Status::Success, "", {}, {}}, {"shutdown"}).out);
+}
+
+TEST(Report, SaysOfASuccessNothingTwice)
+{
+    EXPECT_EQ("started\n", printed({Status::Success, "the engine was started", {}, {}}, {"start", "p"}).out);
+    EXPECT_EQ(
+        "restarted\n",
+        printed({Status::Success, "the engine took over the new settings", {}, {}}, {"restart", "p"}).out);
+    EXPECT_EQ("shut down\n",
+              printed({Status::Success, "the engine was shut down", {}, {}}, {"shutdown"}).out);
+    EXPECT_THAT(printed({Status::Success, "the engine was started", {}, {}}, {"start", "--json", "p"}).out,
+                testing::HasSubstr("\"detail\": \"the engine was started\""));
 }
 
 TEST(Report, TellsWhyTheServerRefused)

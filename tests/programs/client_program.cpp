@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -241,6 +242,20 @@ TEST_F(Answers, OfAServerThatCannotBeStartedAreNone)
                 AllOf(StartsWith("ipseccfgctl: start: no server: "), HasSubstr("/nonexistent/server"),
                       Not(HasSubstr("CRequester")), HasSubstr("No such file or directory"),
                       EndsWith("; name the server's executable with --server or IPSECCFGSERVER\n")));
+}
+
+TEST_F(Answers, AreNoneWithoutAServerAlongThePath)
+{
+    const std::string path = std::getenv("PATH");
+    ::setenv("PATH", "/nonexistent", 1);
+    const Ended start = run({"start", policy_});
+    ::setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(3, start.exitCode);
+    EXPECT_EQ("", start.out);
+    EXPECT_EQ(
+        "ipseccfgctl: start: no server: systemdataIPsecCfgServer is not along PATH; install it, or name its "
+        "executable or its socket, /run/ipseccfg.sock say, with --server or IPSECCFGSERVER\n",
+        start.err);
 }
 
 using Requests = Program;

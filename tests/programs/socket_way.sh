@@ -100,6 +100,7 @@ listen
 ask 0 "started" "$client" start "$place/policy.toml"
 pid=$(cat "$place/run/engine.pid")
 [[ $(readlink "/proc/$pid/exe") == "$(readlink -f "$engine")" ]] || fail "the engine does not run"
+ask 0 "the engine standalone runs; it protects no traffic" "$client" status
 ask 1 "the engine is already running; 'ipseccfgctl restart POLICY'" "$client" start "$place/policy.toml"
 ask 0 "restarted" "$client" restart "$place/policy.toml"
 [[ $(cat "$place/run/engine.pid") == "$pid" ]] || fail "a restart made another engine"
@@ -112,6 +113,8 @@ else
     chgrp 54321 "$socket"
     chmod 660 "$socket"
     ask 0 "restarted" setpriv --reuid=65534 --regid=65534 --groups=54321 "$client" restart "$place/policy.toml"
+    ask 1 "cannot read $place/run/engine.pid: Permission denied; ask with the engine's rights" \
+        setpriv --reuid=65534 --regid=65534 --groups=54321 "$client" status
     ask 3 "cannot connect to $socket: Permission denied; ask for membership of the socket's group" \
         setpriv --reuid=65534 --regid=65534 --clear-groups "$client" restart "$place/policy.toml"
 fi
@@ -137,6 +140,7 @@ done
 echo "$listener: $succeeded of 50 callers were served, the others were asked to come again"
 
 ask 0 "shut down" "$client" shutdown --setting-file "$place/run/engine.conf"
+ask 1 "the engine is not running; 'ipseccfgctl start POLICY' starts it" "$client" status
 [[ ! -e /proc/$pid || $(readlink "/proc/$pid/exe") != "$(readlink -f "$engine")" ]] || fail "the engine still runs"
 
 kill "$listening"
