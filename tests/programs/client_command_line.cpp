@@ -1,5 +1,7 @@
 // The command line, and what the user gets to see.
 
+#include "client_support.h"
+
 #include "CommandLine.h"
 #include "Report.h"
 
