@@ -5,6 +5,7 @@
 #include "FailingHeap.h"
 #include "server_support.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -87,7 +88,9 @@ void ServerHost::endEngine()
 {
     if (enginePid > 0) {
         syscall(SYS_kill, enginePid, SIGKILL);
-        waitpid(enginePid, nullptr, 0);
+        // A fuzzer's timer interrupts what takes long.
+        while (waitpid(enginePid, nullptr, 0) == -1 && errno == EINTR) {
+        }
     }
     enginePid = -1;
 }
