@@ -17,6 +17,16 @@ TEST(MessageMember, OfAScalarHasOneValue)
     EXPECT_EQ(Values({"value"}), member.getValues());
 }
 
+TEST(MessageMember, OfAScalarMayBeMadeOfAListOfItsOneValue)
+{
+    const CMember member("name", Type::string, Values({"value"}), false, false);
+    EXPECT_EQ("value", member.getValue());
+    EXPECT_EQ(Values({"value"}), member.getValues());
+    const CMember empty("name", Type::string, Values(), false, false);
+    EXPECT_EQ("", empty.getValue());
+    EXPECT_EQ(Values({""}), empty.getValues());
+}
+
 TEST(MessageMember, OfAnArrayHasItsValuesInOrderAndTheFirstAsItsValue)
 {
     CParser structure;
