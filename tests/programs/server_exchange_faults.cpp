@@ -368,6 +368,8 @@ TEST_P(TheServer, LeavesNothingToTheNextOneWhereverItIsKilled)
                 const std::string content = tests::readFile(device.directory + "/" + name);
                 ASSERT_TRUE(std::filesystem::is_symlink(device.directory + "/.current")) << name;
                 const std::string used = std::filesystem::read_symlink(device.directory + "/.current");
+                EXPECT_TRUE(std::filesystem::exists(device.directory + "/" + used))
+                    << used << " is not there";
                 EXPECT_TRUE(name == ".current" || name == used) << name << " beside " << used;
                 EXPECT_TRUE(content == OLD || content == whole || !shutDown) << name << ": " << content;
             }

@@ -371,13 +371,15 @@ TEST_F(ServerSettingFolder, KeepsTheNewContentOfAChangeOnceItIsInUse)
     for (const bool inUse : {false, true}) {
         tests::writeFile(directory + "/a.conf", "new");
         tests::writeFile(directory + "/.a.conf.old", "old");
+        tests::writeFile(directory + "/.a.conf.new", "newer");
+        tests::writeFile(directory + "/b.conf", "used before");
         std::filesystem::create_symlink("a.conf", directory + "/.changing");
-        if (inUse)
-            folder.setInUse(directory + "/a.conf");
+        std::filesystem::create_symlink("b.conf", directory + "/.superseded");
+        folder.setInUse(directory + (inUse ? "/a.conf" : "/b.conf"));
         UnfinishedChange(folder).clearUp();
         EXPECT_EQ(inUse ? "new" : "old", tests::readFile(directory + "/a.conf"));
-        EXPECT_FALSE(tests::exists(directory + "/.a.conf.old"));
-        EXPECT_FALSE(std::filesystem::is_symlink(directory + "/.changing"));
+        EXPECT_EQ(inUse ? (Names{".current", "a.conf"}) : (Names{".current", "a.conf", "b.conf"}),
+                  tests::namesIn(directory));
     }
 }
 
