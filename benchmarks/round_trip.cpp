@@ -6,6 +6,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -21,6 +23,21 @@ namespace {
 
 using benchmark::State;
 
+// Does the work as often as `state` asks for. Counts the fastest time, in microseconds: a trip of some milliseconds between two
+// processes is what other work on the machine disturbs most.
+template <class Work>
+void timeEach(State& state, Work work)
+{
+    using Clock = std::chrono::steady_clock;
+    Clock::duration fastest = Clock::duration::max();
+    for (auto _ : state) {
+        const Clock::time_point begin = Clock::now();
+        work();
+        fastest = std::min(fastest, Clock::now() - begin);
+    }
+    state.counters["fastest"] = std::chrono::duration<double, std::micro>(fastest).count();
+}
+
 // Sends a policy of `rules` rules to the answering server, as often as `state` asks for; returns the last answer.
 std::string sendTo(State& state, std::size_t rules)
 {
@@ -34,11 +51,11 @@ std::string sendTo(State& state, std::size_t rules)
     common::XmlRpcSendPolicy sender;
     std::ostringstream console; // the sender prints the answer
     std::streambuf* const terminal = std::cout.rdbuf(console.rdbuf());
-    for (auto _ : state) {
+    timeEach(state, [&] {
         console.str("");
         if (sender.startProcess(policy, {}, {}) != 0)
             state.SkipWithError("the server did not answer success");
-    }
+    });
     std::cout.rdbuf(terminal);
     return console.str();
 }
@@ -63,19 +80,20 @@ void ServerMemory(State& state)
 
 void BareStart(State& state)
 {
-    for (auto _ : state) {
+    timeEach(state, [&] {
         char* const arguments[] = {const_cast<char*>(BENCHMARK_EXITS_AT_ONCE), nullptr};
         pid_t child = 0;
         int status = 0;
         if (::posix_spawn(&child, arguments[0], nullptr, nullptr, arguments, environ) != 0 ||
             ::waitpid(child, &status, 0) != child || status != 0)
             state.SkipWithError("the process did not run");
-    }
+    });
 }
 
-BENCHMARK(BareStart)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BareStart)->Iterations(200)->UseRealTime();
+BENCHMARK(RoundTrip)->Arg(10)->Iterations(200)->UseRealTime();
+BENCHMARK(RoundTrip)->Arg(1000)->Iterations(20)->UseRealTime();
 BENCHMARK(ServerMemory)->Arg(1000)->Iterations(1);
-BENCHMARK(RoundTrip)->Arg(10)->Arg(1000)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace
 
