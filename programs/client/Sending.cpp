@@ -92,9 +92,19 @@ std::string noAnswer(const std::exception& error, std::chrono::steady_clock::dur
            " s: " + error.what() + " (the system's log may say why)";
 }
 
+// A socket is there only while somebody listens.
+bool isNamedLikeASocket(const std::string& path)
+{
+    const std::string ending = ".sock";
+    return path.size() > ending.size() &&
+           path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+}
+
 // What to do about a server that cannot be reached.
 std::string advice(const std::system_error& error)
 {
+    if (error.code() == std::errc::no_such_file_or_directory && isNamedLikeASocket(serverPath()))
+        return "nobody listens there: start its listener, 'systemctl enable --now ipseccfg.socket' say";
     if (std::string(error.what()).find(": cannot connect to ") == std::string::npos)
         return "name the server's executable with --server or IPSECCFGSERVER";
     if (error.code() == std::errc::permission_denied)
@@ -118,9 +128,10 @@ std::string noServer(const std::system_error& error)
 {
     const bool nobodyNamedOne = serverPath() == common::XmlRpcSendPolicy::RPC_COMMAND;
     if (nobodyNamedOne && error.code() == std::errc::no_such_file_or_directory)
-        return "no server: systemdataIPsecCfgServer is not along PATH; install it, or name its executable or "
-               "its "
-               "socket, /run/ipseccfg.sock say, with --server or IPSECCFGSERVER";
+        return "no server: systemdataIPsecCfgServer is not along PATH; install it, or run this with 'sudo' "
+               "if it "
+               "is, or name its executable or its socket, /run/ipseccfg.sock say, with --server or "
+               "IPSECCFGSERVER";
     return "no server: " + reasonOf(error) + "; " + advice(error);
 }
 

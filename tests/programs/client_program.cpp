@@ -253,9 +253,21 @@ TEST_F(Answers, AreNoneWithoutAServerAlongThePath)
     EXPECT_EQ(3, start.exitCode);
     EXPECT_EQ("", start.out);
     EXPECT_EQ(
-        "ipseccfgctl: start: no server: systemdataIPsecCfgServer is not along PATH; install it, or name its "
-        "executable or its socket, /run/ipseccfg.sock say, with --server or IPSECCFGSERVER\n",
+        "ipseccfgctl: start: no server: systemdataIPsecCfgServer is not along PATH; install it, or run this "
+        "with 'sudo' if it is, or name its executable or its socket, /run/ipseccfg.sock say, with --server "
+        "or "
+        "IPSECCFGSERVER\n",
         start.err);
+}
+
+TEST_F(Answers, AreNoneWithoutTheSocketThatAListenerMakes)
+{
+    const Ended start = run({"start", "--server", folder_ / "server.sock", policy_});
+    EXPECT_EQ(3, start.exitCode);
+    EXPECT_THAT(start.err,
+                AllOf(StartsWith("ipseccfgctl: start: no server: "), HasSubstr("No such file or directory"),
+                      EndsWith("; nobody listens there: start its listener, 'systemctl enable --now "
+                               "ipseccfg.socket' say\n")));
 }
 
 using Requests = Program;
