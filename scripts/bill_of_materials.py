@@ -9,6 +9,7 @@ import datetime
 import hashlib
 import json
 import pathlib
+import re
 import subprocess
 import sys
 
@@ -27,6 +28,11 @@ def field(package, name):
 def installed_version(package):
     query = ["dpkg-query", "-W", "-f", "${Version}", package]
     return subprocess.run(query, check=True, capture_output=True, text=True).stdout
+
+
+def spdx_id_of(package):
+    """An identifier has no '+', which is in names of packages."""
+    return "SPDXRef-" + re.sub(r"[^A-Za-z0-9.-]", "-", package)
 
 
 def package_entry(spdx_id, name, version, licence, **more):
@@ -49,25 +55,25 @@ def main():
     own = {field(deb, "Package") for deb in debs}
     linked = set()
     for package, (name, licence) in COMPILED_IN.items():
-        packages.append(package_entry("SPDXRef-" + package, name, installed_version(package), licence))
+        packages.append(package_entry(spdx_id_of(package), name, installed_version(package), licence))
     for deb in sorted(debs):
         name = field(deb, "Package")
-        spdx_id = "SPDXRef-" + name
+        spdx_id = spdx_id_of(name)
         checksum = hashlib.sha256(pathlib.Path(deb).read_bytes()).hexdigest()
         packages.append(package_entry(
             spdx_id, name, field(deb, "Version"), "NOASSERTION", licenseComments=NO_LICENCE,
             packageFileName=pathlib.Path(deb).name, checksums=[{"algorithm": "SHA256", "checksumValue": checksum}]))
         relationships.append(("SPDXRef-DOCUMENT", "DESCRIBES", spdx_id))
         if name in ("ipseccfg-client", "ipseccfg-server"):
-            relationships += [(spdx_id, "STATIC_LINK", "SPDXRef-" + package) for package in COMPILED_IN]
+            relationships += [(spdx_id, "STATIC_LINK", spdx_id_of(package)) for package in COMPILED_IN]
         for dependency in filter(None, field(deb, "Depends").split(", ")):
             other = dependency.split(" ")[0]
             if other not in own:
                 linked.add((other, dependency))
-            relationships.append((spdx_id, "DEPENDS_ON", "SPDXRef-" + other))
+            relationships.append((spdx_id, "DEPENDS_ON", spdx_id_of(other)))
     for other in sorted({name for name, _ in linked}):
         wanted = sorted({dependency for name, dependency in linked if name == other})
-        packages.append(package_entry("SPDXRef-" + other, other, "NOASSERTION", "NOASSERTION",
+        packages.append(package_entry(spdx_id_of(other), other, "NOASSERTION", "NOASSERTION",
                                       comment="of the system: " + "; ".join(wanted)))
     json.dump({
         "spdxVersion": "SPDX-2.3",

@@ -3,6 +3,7 @@
 import hashlib
 import json
 import pathlib
+import re
 import sys
 
 folder = pathlib.Path(sys.argv[1])
@@ -12,6 +13,15 @@ packages = {package["SPDXID"]: package for package in bill["packages"]}
 
 assert bill["spdxVersion"] == "SPDX-2.3" and bill["dataLicense"] == "CC0-1.0", "not what it says to be"
 assert len(packages) == len(bill["packages"]), "two packages have one name"
+# What readers of SPDX refuse a document for.
+for name in packages:
+    assert re.fullmatch(r"SPDXRef-[A-Za-z0-9.-]+", name), name
+assert re.fullmatch(r"https://[^#\s]+", bill["documentNamespace"]), bill["documentNamespace"]
+assert re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", bill["creationInfo"]["created"]), bill["creationInfo"]
+assert all(re.match(r"(Tool|Person|Organization): \S", creator) for creator in bill["creationInfo"]["creators"])
+for package in bill["packages"]:
+    for needed in ("name", "downloadLocation", "licenseConcluded", "licenseDeclared", "copyrightText"):
+        assert package[needed], (needed, package)
 for relationship in bill["relationships"]:
     for end in ("spdxElementId", "relatedSpdxElement"):
         assert relationship[end] in packages or relationship[end] == "SPDXRef-DOCUMENT", relationship
