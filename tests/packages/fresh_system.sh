@@ -1,49 +1,10 @@
 #!/usr/bin/env bash
-# The Debian packages in a fresh system: installed, used, removed. fresh_system.sh FOLDER_OF_PACKAGES [BASE]
-#
-# The system, a Debian 12, is a folder of its own (debootstrap), gone afterwards; only root can make one. BASE is one that is there already
-# and is copied instead.
+# The Debian packages in a fresh system (system.sh): installed, used, removed. fresh_system.sh FOLDER_OF_PACKAGES
 set -euo pipefail
-packages=$1 base=${2:-}
-skip() {
-    echo "skipped: $1"
-    exit 77
-}
-[[ $(id -u) -eq 0 ]] || skip "only root can make a system"
-command -v debootstrap >/dev/null || skip "there is no debootstrap"
-architecture=$(dpkg --print-architecture)
-compgen -G "$packages/*_$architecture.deb" >/dev/null || skip "there are no packages, scripts/package makes them"
+source "$(dirname "$0")/system.sh"
+alone "$0" "$@"
+make_system "$1" ""
 
-# Mounts of this test are its own, and gone with it.
-if [[ -z ${IPSECCFG_OWN_MOUNTS:-} ]]; then
-    IPSECCFG_OWN_MOUNTS=1 exec unshare --mount --pid --fork --kill-child "$0" "$@"
-fi
-
-place=$(mktemp -d)
-trap 'umount "$place/system/proc" 2>/dev/null || true; rm -rf --one-file-system "$place"' EXIT
-system=$place/system
-fail() {
-    echo "packages: $*" >&2
-    exit 1
-}
-
-# What the packages want of a system, apart from each other.
-needs=$(for package in "$packages"/*_"$architecture".deb; do
-    dpkg-deb -f "$package" Depends | tr , '\n' | awk '$1 !~ /ipseccfg/ && $1 !~ /-dev$/ { print $1 }'
-done | sort -u | paste -sd ,)
-
-if [[ -n $base ]]; then
-    cp -a "$base" "$system"
-else
-    debootstrap --variant=minbase "--include=$needs" bookworm "$system" >"$place/log" 2>&1 || {
-        cat "$place/log"
-        skip "debootstrap failed"
-    }
-fi
-mount -t proc proc "$system/proc"
-mkdir "$system/packages"
-cp "$packages"/*_"$architecture".deb "$system/packages"
-inside() { chroot "$system" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 "$@"; }
 # expect TEXT COMMAND...: the command succeeds and says so
 expect() {
     local text=$1 said
@@ -55,22 +16,19 @@ expect() {
 inside sh -c 'cd / && find . -xdev \( -path ./proc -o -path ./packages -o -path ./var -o -path ./run -o -path ./tmp \) -prune -o -print' |
     sort >"$place/before"
 inside sh -c 'dpkg -i --force-depends /packages/libipseccfg-dev_*.deb' >/dev/null 2>&1 || fail "libipseccfg-dev cannot be unpacked"
-inside sh -c 'dpkg -i /packages/libipseccfg1_*.deb /packages/ipseccfg-*.deb' >"$place/log" 2>&1 || {
-    cat "$place/log"
-    fail "the packages cannot be installed"
-}
+install_packages
 
 expect "correct" systemdataIPsecCfgServer --check-config
 expect "ipseccfg" getent group ipseccfg
 expect "700" stat -c %a /run/ipseccfg
 expect "wrote 'policy.toml'" sh -c 'cd /root && ipseccfgctl init'
 expect "no problems" ipseccfgctl check /root/policy.toml
-expect "started: " ipseccfgctl start /root/policy.toml
+expect "started" ipseccfgctl start /root/policy.toml
 [[ $(readlink "$(printf '%s/proc/%s/exe' "$system" "$(cat "$system/run/ipseccfg/engine.pid")")") == */usr/libexec/ipseccfg/standalone ]] ||
     fail "the engine does not run"
-expect "restarted: " ipseccfgctl restart /root/policy.toml
-expect "shut down: " ipseccfgctl shutdown --setting-file /run/ipseccfg/engine.conf
-expect "started: " ipseccfgctl start /root/policy.toml
+expect "restarted" ipseccfgctl restart /root/policy.toml
+expect "shut down" ipseccfgctl shutdown --setting-file /run/ipseccfg/engine.conf
+expect "started" ipseccfgctl start /root/policy.toml
 pid=$(cat "$system/run/ipseccfg/engine.pid")
 
 # A change of the administrator's stays, through an update and a removal.
