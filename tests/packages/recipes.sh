@@ -55,3 +55,40 @@ MAKE
 while read -r option; do
     grep -qE "^(option|set)\($option " "$source/CMakeLists.txt" || fail "the build has no option $option"
 done < <(grep -ohE -- '-DIPSECCFG_[A-Z_]+' "$folder/ipseccfg.mk" "$recipe" | sed 's/-D//')
+
+# What Buildroot's menu would make of the package: what it needs decides whether it can be chosen, and choosing it chooses the rest.
+/usr/bin/python3 -c 'import kconfiglib' 2>/dev/null || {
+    echo "skipped: Config.in (there is no kconfiglib)"
+    exit 77
+}
+/usr/bin/python3 -B - "$folder/Config.in" <<'PYTHON'
+import os, re, sys, tempfile
+import kconfiglib
+
+text = open(sys.argv[1]).read()
+known = sorted(set(re.findall(r"BR2_\w+", text)) - {"BR2_PACKAGE_IPSECCFG"})
+needed = {"BR2_INSTALL_LIBSTDCPP": "y", "BR2_TOOLCHAIN_GCC_AT_LEAST_8": "y", "BR2_TOOLCHAIN_HAS_THREADS": "y", "BR2_STATIC_LIBS": "n"}
+selected = [name for name in known if name.startswith("BR2_PACKAGE_")]
+assert sorted(needed) == [name for name in known if name not in selected], known
+
+
+def menu(values):
+    with tempfile.NamedTemporaryFile("w") as file:
+        file.write("".join(f'config {name}\n\tbool "{name}"\n' for name in known) + f'source "{os.path.realpath(sys.argv[1])}"\n')
+        file.flush()
+        kconfig = kconfiglib.Kconfig(file.name, warn=True)
+    assert not kconfig.warnings, kconfig.warnings
+    for name, value in values.items():
+        kconfig.syms[name].set_value(value)
+    kconfig.syms["BR2_PACKAGE_IPSECCFG"].set_value("y")
+    comment = next(node for node in kconfig.node_iter() if node.item == kconfiglib.COMMENT)
+    return kconfig, kconfiglib.expr_value(comment.dep)
+
+
+kconfig, complaint = menu(needed)
+assert kconfig.syms["BR2_PACKAGE_IPSECCFG"].str_value == "y" and not complaint, "it cannot be chosen"
+assert {kconfig.syms[name].str_value for name in selected} == {"y"} and len(selected) == 4, selected
+for name, value in needed.items():
+    kconfig, complaint = menu({**needed, name: "n" if value == "y" else "y"})
+    assert kconfig.syms["BR2_PACKAGE_IPSECCFG"].str_value == "n" and complaint, f"{name} makes no difference"
+PYTHON
