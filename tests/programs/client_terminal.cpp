@@ -40,10 +40,10 @@ TEST(TerminalSafety, HoldsForWhatTheServerSays)
 {
     for (const Command command : {Command::Start, Command::Restart, Command::Shutdown, Command::Status})
         for (const Status status : {Status::Success, Status::Failure, Status::NoAnswer})
-            for (const bool json : {false, true}) {
+            for (const bool inJson : {false, true}) {
                 Options options;
                 options.command = command;
-                options.json = json;
+                options.json = inJson;
                 options.verbose = true;
                 const Outcome outcome{
                     status, NASTY, {}, "<methodResponse>\n<string>" + NASTY + "</string></methodResponse>\n"};
@@ -77,10 +77,10 @@ TEST(TerminalSafety, HoldsForWhatTheEngineSays)
     RuleStatus rule{NASTY, NASTY, NASTY, 1, NASTY, NASTY, TunnelStatus()};
     rule.tunnel->peer = NASTY;
     rule.tunnel->suite = NASTY;
-    for (const bool json : {false, true}) {
+    for (const bool inJson : {false, true}) {
         Options options;
         options.command = Command::Status;
-        options.json = json;
+        options.json = inJson;
         expectHarmless(tests::printed({Status::Success, "1 rule in force", {}, {}, {{rule}}}, options),
                        "status");
     }
@@ -96,13 +96,13 @@ TEST_P(NastyPolicy, HarmsNoTerminal)
     const std::string file = folder.write("policy-" + CSI + ".toml", GetParam());
     const std::string good = folder.write("good.toml", tests::ENGINE);
     for (const Command command : {Command::Check, Command::Show, Command::Diff, Command::Start})
-        for (const bool json : {false, true})
+        for (const bool inJson : {false, true})
             for (const bool xml : {false, true}) {
                 Options options;
                 options.command = command;
                 options.policyFile = file;
                 options.newPolicyFile = good;
-                options.json = json;
+                options.json = inJson;
                 options.xml = xml;
                 options.secrets = true;
                 options.server = "/nonexistent/" + CSI;
