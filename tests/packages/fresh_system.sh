@@ -20,6 +20,9 @@ install_packages
 
 expect "correct" systemdataIPsecCfgServer --check-config
 expect "ipseccfg" getent group ipseccfg
+# Where the shells of Debian look.
+expect "#compdef" head -n 1 /usr/share/zsh/vendor-completions/_ipseccfgctl
+expect "complete" tail -n 1 /usr/share/bash-completion/completions/ipseccfgctl
 expect "700" stat -c %a /run/ipseccfg
 expect "wrote 'policy.toml'" sh -c 'cd /root && ipseccfgctl init'
 expect "no problems" ipseccfgctl check /root/policy.toml
