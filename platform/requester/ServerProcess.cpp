@@ -3,25 +3,18 @@
 #include "ServerProcess.h"
 
 #include "Deadline.h"
-#include "FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
 
-#ifdef SYSTEMDATA_REQUESTER_HAS_PIDFD
-extern "C" { // which the header of glibc 2.36 does not say itself
-#include <sys/pidfd.h>
-}
-#endif
 #ifndef SYSTEMDATA_REQUESTER_HAS_CLOSEFROM
 #include <dirent.h>
 #include <memory>
@@ -139,16 +132,6 @@ pid_t startNamed(const std::string& command, int socket)
     }
 }
 
-// A descriptor that becomes readable when the process ends; -1 if there is none to be had, of an older kernel for example.
-int openProcess([[maybe_unused]] pid_t pid)
-{
-#ifdef SYSTEMDATA_REQUESTER_HAS_PIDFD
-    return ::pidfd_open(pid, 0);
-#else
-    return -1;
-#endif
-}
-
 } // namespace
 
 ServerProcess::ServerProcess(const std::string& command, int socket)
@@ -176,16 +159,11 @@ void ServerProcess::end(milliseconds patience) noexcept
 
 bool ServerProcess::endsWithin_(milliseconds patience) noexcept
 {
-    if (isGone_())
-        return true;
     const Deadline deadline(patience);
-    const FileDescriptor process(openProcess(pid_));
     for (microseconds pause = FIRST_PAUSE; !isGone_(); pause = std::min(2 * pause, LONGEST_PAUSE)) {
         if (deadline.hasPassed())
             return false;
-        pollfd end{process.get(), POLLIN, 0};
-        if (process.get() == -1 || ::poll(&end, 1, deadline.pollTimeout()) < 0)
-            std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(pause);
     }
     return true;
 }

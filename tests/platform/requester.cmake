@@ -13,8 +13,7 @@ if(TARGET systemdata-requester)
         SOURCES requester_faults.cpp
         LIBRARIES systemdata::requester ${CMAKE_DL_LIBS}
         DEFINITIONS ${requester_definitions}
-                    $<$<BOOL:${SYSTEMDATA_REQUESTER_HAS_CLOSEFROM}>:SYSTEMDATA_REQUESTER_HAS_CLOSEFROM>
-                    $<$<BOOL:${SYSTEMDATA_REQUESTER_HAS_PIDFD}>:SYSTEMDATA_REQUESTER_HAS_PIDFD>)
+                    $<$<BOOL:${SYSTEMDATA_REQUESTER_HAS_CLOSEFROM}>:SYSTEMDATA_REQUESTER_HAS_CLOSEFROM>)
 
     # The library's sources once more, so that what they do not export can be reached.
     get_target_property(requester_folder systemdata-requester SOURCE_DIR)

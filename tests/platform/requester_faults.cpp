@@ -15,12 +15,6 @@
 #include <system_error>
 #include <vector>
 
-#ifdef SYSTEMDATA_REQUESTER_HAS_PIDFD
-extern "C" { // which the header of glibc 2.36 does not say itself
-#include <sys/pidfd.h>
-}
-#endif
-
 namespace {
 
 // What a call does instead of its work. Error numbers are positive.
@@ -188,14 +182,6 @@ int posix_spawn_file_actions_addclosefrom_np(posix_spawn_file_actions_t* file_ac
 }
 #endif
 
-#ifdef SYSTEMDATA_REQUESTER_HAS_PIDFD
-int pidfd_open(pid_t pid, unsigned int flags) noexcept
-{
-    static auto* const real = theLibrarys<int(pid_t, unsigned int)>("pidfd_open");
-    return strikes("pidfd_open") ? -1 : real(pid, flags);
-}
-#endif
-
 } // extern "C"
 
 namespace tests {
@@ -297,13 +283,6 @@ const FaultRow FAULTS[] = {
     {"ClosingWithAnError", "close", EIO, "echo", SOME_PACKETS, HARMLESS},
     {"EndingAfterTheAnswer", "shutdown", ENOTCONN, "answer read", SOME_PACKETS, HARMLESS},
     {"WaitingForTheServerInterrupted", "waitpid", EINTR, "echo", SOME_PACKETS, HARMLESS},
-#ifdef SYSTEMDATA_REQUESTER_HAS_PIDFD
-    {"WaitingForTheServerByAnOlderKernel", "pidfd_open", ENOSYS, "read answer sleep:50", SOME_PACKETS,
-     HARMLESS},
-    {"WaitingForTheServerWithNoDescriptorLeft", "pidfd_open", EMFILE, "read answer sleep:50", SOME_PACKETS,
-     HARMLESS},
-#endif
-    {"WaitingForTheServersEndInterrupted", "poll", EINTR, "read answer sleep:50", SOME_PACKETS, HARMLESS},
 };
 
 INSTANTIATE_TEST_SUITE_P(, AnExchangeWith, testing::ValuesIn(FAULTS));
