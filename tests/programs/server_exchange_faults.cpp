@@ -356,6 +356,7 @@ TEST_P(TheServer, LeavesNothingToTheNextOneWhereverItIsKilled)
                 device.answer == "failure: the engine is not running") {
                 // The killed one had told it to end.
                 device.awaitEndOfEngine();
+                device.answer.clear();
                 ran = false;
                 exchangeNext();
             }
