@@ -128,10 +128,9 @@ std::string noServer(const std::system_error& error)
 {
     const bool nobodyNamedOne = serverPath() == common::XmlRpcSendPolicy::RPC_COMMAND;
     if (nobodyNamedOne && error.code() == std::errc::no_such_file_or_directory)
-        return "no server: systemdataIPsecCfgServer is not along PATH; install it, or run this with 'sudo' "
-               "if it "
-               "is, or name its executable or its socket, /run/ipseccfg.sock say, with --server or "
-               "IPSECCFGSERVER";
+        return "no server: systemdataIPsecCfgServer is not along PATH; install it, "
+               "or run this with 'sudo' if it is, or name its executable or its socket, "
+               "/run/ipseccfg.sock say, with --server or IPSECCFGSERVER";
     return "no server: " + reasonOf(error) + "; " + advice(error);
 }
 
