@@ -2,9 +2,10 @@
 #define IPSECCFG_SERVER_KERNELMODULES_H
 
 /// @file
-/// Taking back of kernel modules that a failed start has loaded.
+/// Taking back of kernel modules, when a start fails or a server was killed.
 
 #include "Configuration.h"
+#include "SettingFolder.h"
 
 #include <list>
 #include <set>
@@ -12,26 +13,51 @@
 
 namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
-/// Remembers which of the configured modules the kernel had when this was made.
+/// Knows which of the configured modules are there because of the engine.
+///
+/// The kernel refuses to load a module twice, so what a killed server has left loaded would be in the way of every
+/// start. Hence a note, while modules are loaded or unloaded: a link in the setting folder that holds the system's
+/// boot id and the modules' names. Whoever finds one knows that they are the engine's, unless the system has been
+/// booted since.
 class KernelModules {
 public:
+    static constexpr const char* LISTING = "/proc/modules";
+
+    /// Before the modules are loaded: all are the engine's but those that the kernel has now and no note names.
     /// @param modules in the order of loading
+    /// @param folder must outlive this
     /// @param listing the kernel's list of its modules: a line each, the name first; a kernel without modules
     ///        has none
     /// @throws std::runtime_error in the system's words if it cannot be read: what was loaded before must not
-    ///         be mistaken for added.
-    explicit KernelModules(const std::list<Configuration::Module>& modules,
-                           const std::string& listing = "/proc/modules");
+    ///         be mistaken for the engine's.
+    KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder,
+                  const std::string& listing = LISTING);
 
-    /// Removes those that the kernel has now and did not have then, the last one first, as far as possible.
+    /// Before the modules of a running engine are unloaded: all are the engine's.
+    static KernelModules ofRunningEngine(const std::list<Configuration::Module>& modules,
+                                         const SettingFolder& folder);
+
+    /// Whether a server has left a note.
+    static bool areNoted(const SettingFolder& folder);
+
+    /// Leaves the note. Where that is not possible, for want of room or of a boot id, there is none.
+    void note() const noexcept;
+    void dropNote() const noexcept;
+    /// Drops it unless the kernel still has one of the modules.
+    void dropNoteOfRemoved() const;
+
+    /// Removes those that are the engine's, the last one first, as far as possible, and the note with them.
     void removeAdded() const;
 
 private:
-    std::set<std::string> loaded_() const;
+    KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder,
+                  const std::string& listing, const std::set<std::string>& others);
 
-    std::list<Configuration::Module> modules_;
+    std::list<Configuration::Module> present_() const;
+
+    std::list<Configuration::Module> modules_; ///< the engine's
+    const SettingFolder& folder_;
     std::string listing_;
-    std::set<std::string> before_;
 };
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver

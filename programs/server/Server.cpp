@@ -48,6 +48,7 @@ Server::Server(const Configuration& configuration, const Limits& limits)
     , engine_(configuration.pidFile, configuration.serviceCommand)
 {
     attempt([this] { change_.clearUp(); });
+    attempt([this] { clearUpModules_(); });
 }
 
 const char* Server::carryOut(const Request& request)
@@ -66,14 +67,16 @@ const char* Server::start_(const Request& request)
     manager_->setSettingFilePath(request.settingFilePath);
     clearTheWay_();
     std::optional<SettingFile> old = superseded_();
-    const KernelModules modules(configuration_.modules);
+    const KernelModules modules(configuration_.modules, folder_);
     Undo undo;
     writeSettings_(request, undo);
     undo.add([&modules] { modules.removeAdded(); });
     undo.add([this] { stopStartedEngine_(); });
+    modules.note();
     launch_();
     undo.release();
     acceptSettings_(old);
+    modules.dropNote();
     return "the engine was started";
 }
 
@@ -102,6 +105,8 @@ const char* Server::shutdown_(const Request& request)
     const Host host(*manager_, configuration_);
     const pid_t pid = runningEngine_();
     const PidFileCopy pidFile(pid);
+    const KernelModules modules = KernelModules::ofRunningEngine(configuration_.modules, folder_);
+    modules.note();
     std::exception_ptr failure;
     try {
         host.service->shutdown(pidFile.path(), host.removeOptions, configuration_.stopSignal);
@@ -109,10 +114,12 @@ const char* Server::shutdown_(const Request& request)
         failure = std::current_exception();
     }
     if (!engine_.waitUntilGone(pid, limits_.stop)) {
+        modules.dropNote();
         if (failure)
             std::rethrow_exception(failure);
         throw std::runtime_error("the engine does not end");
     }
+    attempt([&modules] { modules.dropNoteOfRemoved(); });
     if (failure) {
         // Without its engine a setting file is nothing but a secret lying about, whatever became of the
         // modules.
@@ -121,6 +128,18 @@ const char* Server::shutdown_(const Request& request)
     }
     deleteSettings_();
     return "the engine was shut down";
+}
+
+// What a killed server has loaded is nobody's, unless the engine has come up nevertheless.
+void Server::clearUpModules_()
+{
+    if (!KernelModules::areNoted(folder_))
+        return;
+    const KernelModules modules(configuration_.modules, folder_);
+    if (engine_.find())
+        modules.dropNote();
+    else
+        modules.removeAdded();
 }
 
 pid_t Server::runningEngine_() const

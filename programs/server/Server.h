@@ -67,6 +67,7 @@ private:
     const char* shutdown_(const Request& request);
 
     pid_t runningEngine_() const;
+    void clearUpModules_();
     void clearTheWay_();
     void writeSettings_(const Request& request, Undo& undo);
     std::optional<SettingFile> superseded_() const;

@@ -7,6 +7,7 @@
 #include "Text.h"
 #include "Utility.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -108,13 +109,19 @@ SettingFile SettingFolder::locate(const std::string& path) const
     return {std::move(folder), name, path};
 }
 
-std::optional<std::string> SettingFolder::inUse() const
+std::string SettingFolder::target(const char* name) const
 {
     std::array<char, PATH_MAX> target = {};
-    const ssize_t length = readlinkat(directory_.get(), CURRENT, target.data(), target.size());
-    if (length <= 0)
+    const ssize_t length = readlinkat(directory_.get(), name, target.data(), target.size());
+    return {target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+std::optional<std::string> SettingFolder::inUse() const
+{
+    const std::string used = target(CURRENT);
+    if (used.empty())
         return std::nullopt;
-    return path_ + "/" + std::string(target.data(), static_cast<std::size_t>(length));
+    return path_ + "/" + used;
 }
 
 void SettingFolder::setInUse(const std::string& path) const

@@ -13,6 +13,7 @@
 ///     .NAME.old    the previous content of NAME until the new one is accepted
 ///     .changing, .making, .superseded, .removing
 ///                  which files a request changes, while it does
+///     .modules     which kernel modules it loads or unloads, while it does
 ///     .strongswan  what that engine needs while it runs, and nobody else
 ///
 /// What a killed server left of these is removed or replaced by the next one.
@@ -46,6 +47,9 @@ public:
     ///         has a component that is empty or begins with a ".", goes through a link or anything else that
     ///         is not a folder of the server's own, or ends at anything but a regular file.
     SettingFile locate(const std::string& path) const;
+
+    /// What a link in the folder holds; empty if there is no such link.
+    std::string target(const char* name) const;
 
     /// The path of the setting file in use; nothing if there is no record of one.
     std::optional<std::string> inUse() const;

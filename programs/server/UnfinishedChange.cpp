@@ -4,10 +4,7 @@
 
 #include "Text.h"
 
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <cstddef>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -92,10 +89,8 @@ void UnfinishedChange::settle_(SettingFile& file, bool wasThere) const
 // Empty if there is no such note.
 std::string UnfinishedChange::noted_(const char* name) const
 {
-    std::array<char, PATH_MAX> target = {};
-    const ssize_t length = readlinkat(folder_.descriptor(), name, target.data(), target.size());
-    return length <= 0 ? ""
-                       : folder_.path() + "/" + std::string(target.data(), static_cast<std::size_t>(length));
+    const std::string target = folder_.target(name);
+    return target.empty() ? "" : folder_.path() + "/" + target;
 }
 
 void UnfinishedChange::note_(const char* name, const std::string& path) const

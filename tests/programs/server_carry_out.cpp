@@ -16,6 +16,7 @@
 #include <sstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -70,20 +71,41 @@ protected:
                                  {"/lib/modules/second-one.ko", "in-2", "out-2"}};
     }
 
-    /// Has the kernel list what is loaded; a module that a test names does not load.
+    /// Has the kernel keep its list: it loads no module twice, nor one that a test names.
     void keepListOfModules(const std::string& broken = "none")
     {
         host.onCommand = [this, broken, usual = host.onCommand](const std::string& command) {
-            if (command.find("/sbin/insmod") == 0) {
-                if (command.find(broken) != std::string::npos)
-                    return 1;
-                list += command.find("first") != std::string::npos ? "first 16384 0 - Live 0x0\n"
-                                                                   : "second_one 16384 1 first, Live 0x0\n";
-                tests::writeFile(host.modules, list);
-                return 0;
-            }
-            return usual(command);
+            if (command.find("/sbin/") != 0)
+                return usual(command);
+            const bool first = command.find("first") != std::string::npos;
+            const std::string line =
+                first ? "first 16384 0 - Live 0x0\n" : "second_one 16384 1 first, Live 0x0\n";
+            std::string list = tests::readFile(host.modules);
+            const std::size_t at = list.find(line);
+            const bool load = command.find("/sbin/insmod") == 0;
+            if ((at == std::string::npos) != load || command.find(broken) != std::string::npos)
+                return 1;
+            tests::writeFile(host.modules, load ? list + line : list.erase(at, line.size()));
+            return 0;
         };
+    }
+
+    /// A start by a process that is killed when it would start the engine.
+    void startAndGetKilled()
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            host.onCommand = [this, usual = host.onCommand](const std::string& command) {
+                if (command.find(host.engine) == 0)
+                    _exit(0);
+                return usual(command);
+            };
+            start();
+            _exit(1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
 
     std::string settings() const { return tests::readFile(settingFile); }
@@ -95,7 +117,6 @@ protected:
     const std::string otherFile = directory + "/other.conf";
     Configuration configuration;
     Limits limits;
-    std::string list;
 };
 
 // Start.
@@ -211,14 +232,91 @@ TEST_F(ServerCarryOut, StartThatFailsRemovesItsModulesLastOneFirst)
 TEST_F(ServerCarryOut, StartThatFailsLeavesModulesThatWereThereBefore)
 {
     addModules();
-    list = "first 16384 0 - Live 0x0\n";
-    tests::writeFile(host.modules, list);
+    tests::writeFile(host.modules, "first 16384 0 - Live 0x0\n");
     keepListOfModules();
     host.onCommand = [this, usual = host.onCommand](const std::string& command) {
         return command.find(host.engine) == 0 ? 1 : usual(command);
     };
     start();
     EXPECT_EQ("/sbin/rmmod -s second-one out-2", host.asked.back());
+}
+
+TEST_F(ServerCarryOut, TheModulesOfAKilledStartAreRemovedWhateverTheNextRequestIs)
+{
+    addModules();
+    keepListOfModules();
+    for (const bool starts : {true, false}) {
+        host.asked.clear();
+        startAndGetKilled();
+        EXPECT_EQ("first 16384 0 - Live 0x0\nsecond_one 16384 1 first, Live 0x0\n",
+                  tests::readFile(host.modules));
+        if (starts) {
+            EXPECT_EQ("success: the engine was started", start());
+            EXPECT_EQ("success: the engine was shut down", shutDown());
+        } else {
+            EXPECT_EQ("failure: the engine is not running", shutDown());
+        }
+        EXPECT_EQ("", tests::readFile(host.modules));
+        ASSERT_LE(2U, host.asked.size());
+        EXPECT_EQ("/sbin/rmmod -s second-one out-2", host.asked[0]);
+        EXPECT_EQ("/sbin/rmmod -s first out-1", host.asked[1]);
+        EXPECT_FALSE(std::filesystem::is_symlink(directory + "/.modules"));
+    }
+}
+
+TEST_F(ServerCarryOut, ModulesThatWereThereBeforeAKilledStartStay)
+{
+    addModules();
+    tests::writeFile(host.modules, "first 16384 0 - Live 0x0\n");
+    keepListOfModules();
+    startAndGetKilled();
+    EXPECT_EQ("failure: the engine is not running", shutDown());
+    EXPECT_EQ(Lines{"/sbin/rmmod -s second-one out-2"}, host.asked);
+}
+
+TEST_F(ServerCarryOut, ModulesOfAKilledStartAreThoseOfAnEngineThatHasComeUpNevertheless)
+{
+    addModules();
+    keepListOfModules();
+    startAndGetKilled();
+    host.startEngine();
+    EXPECT_EQ("success: the engine took over the new settings", restart());
+    EXPECT_EQ(Lines{"signal 1"}, host.asked);
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, ModulesOfAnotherBootAreNobodysWhoWasKilled)
+{
+    addModules();
+    keepListOfModules();
+    startAndGetKilled();
+    std::string note = std::filesystem::read_symlink(directory + "/.modules");
+    ASSERT_EQ(std::string(" first second_one"), note.substr(36)) << note;
+    note.front() = note.front() == '0' ? '1' : '0';
+    std::filesystem::remove(directory + "/.modules");
+    std::filesystem::create_symlink(note, directory + "/.modules");
+    EXPECT_EQ("failure: the engine is not running", shutDown());
+    EXPECT_EQ(Lines{}, host.asked);
+}
+
+TEST_F(ServerCarryOut, ModulesThatCannotBeRemovedAreTriedAgainBeforeTheNextStart)
+{
+    addModules();
+    keepListOfModules();
+    const auto usual = host.onCommand;
+    start();
+    host.onCommand = [&](const std::string& command) {
+        return command.find("/sbin/rmmod -s first") == 0 ? 1 : usual(command);
+    };
+    EXPECT_EQ("failure: Can't remove module", shutDown());
+    EXPECT_EQ(Lines{".modules"}, files());
+    host.onCommand = usual;
+    host.asked.clear();
+    EXPECT_EQ("success: the engine was started", start());
+    ASSERT_LE(2U, host.asked.size());
+    EXPECT_EQ("/sbin/rmmod -s first out-1", host.asked[0]);
+    EXPECT_EQ("/sbin/insmod /lib/modules/first.ko in-1", host.asked[1]);
+    EXPECT_EQ((Lines{".current", "engine.conf"}), files());
 }
 
 TEST_F(ServerCarryOut, StartThatFailsPutsAnEarlierSettingFileBack)

@@ -9,6 +9,7 @@
 #include "Channel.h"
 #include "Exchange.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -50,16 +51,21 @@ public:
         limits_.stop = 500ms;
         limits_.putBack = 50ms;
         host.onCommand = [this, usual = host.onCommand](const std::string& command) {
-            if (command.find("/sbin/insmod") == 0)
-                tests::writeFile(host.modules, LOADED);
-            else if (command.find("/sbin/rmmod") == 0)
-                tests::writeFile(host.modules, "");
-            else
+            endIfKilled_();
+            int result = 0;
+            if (command.find("/sbin/") == 0) {
+                result = changeModules_(command);
+            } else {
                 readSettings_();
-            return usual(command);
+                result = usual(command);
+            }
+            endIfKilled_();
+            return result;
         };
         host.onSignal = [this, usual = host.onSignal](int signal) {
             readSettings_();
+            if (signal == SIGTERM)
+                tests::writeFile(toldToEnd_, "");
             usual(signal);
         };
         putBack();
@@ -73,6 +79,7 @@ public:
         for (const auto& entry : std::filesystem::directory_iterator(directory))
             std::filesystem::remove(entry.path());
         unlink(host.readyFile.c_str());
+        unlink(toldToEnd_.c_str());
         tests::writeFile(directory + "/" + OLD_NAME, OLD);
         std::filesystem::create_symlink(OLD_NAME, directory + "/.current");
         tests::writeFile(host.modules, withEngine_ ? LOADED : "");
@@ -115,27 +122,26 @@ public:
     /// that far.
     bool exchangeKilledAfter(long calls, const std::string& request)
     {
-        const pid_t child = fork();
-        if (child == 0) {
-            disk.death.arm(calls);
-            exchangeWith(request);
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        adoptEngine_();
-        return WIFEXITED(status) && WEXITSTATUS(status) == tests::KILLED;
+        return exchangeKilled_(request, [calls] { disk.death.arm(calls); });
     }
 
-    void awaitEndOfEngine()
+    /// The same, but killed before a command or, if the number is odd, after it.
+    bool exchangeKilledAmongCommands(long number, const std::string& request)
     {
-        waitpid(host.enginePid, nullptr, 0);
-        host.enginePid = -1;
+        return exchangeKilled_(request, [this, number] { commandsToDeath_ = number; });
     }
 
     bool engineRuns() const { return host.enginePid > 0; }
     bool moduleIsLoaded() const { return !tests::readFile(host.modules).empty(); }
     Names files() const { return tests::namesIn(directory); }
+    /// The note may be there as long as a module is, or if something kept the server from looking.
+    Names filesBesideNoteOfModules() const
+    {
+        Names names = files();
+        if (moduleIsLoaded() || heap.failure.struck() || disk.calls.struck())
+            names.erase(std::remove(names.begin(), names.end(), ".modules"), names.end());
+        return names;
+    }
 
     /// The setting file of that name is there whole, in use and alone, and it is what an engine has read.
     void expectFile(const std::string& name, bool old) const
@@ -164,22 +170,56 @@ private:
         return ends[0];
     }
 
+    template <class Arm>
+    bool exchangeKilled_(const std::string& request, Arm arm)
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            arm();
+            exchangeWith(request);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        adoptEngine_();
+        return WIFEXITED(status) && WEXITSTATUS(status) == tests::KILLED;
+    }
+
     // The engine is what that process has made of it.
     void adoptEngine_()
     {
-        if (host.enginePid > 0 && waitpid(host.enginePid, nullptr, WNOHANG) == host.enginePid)
+        const int waiting = tests::exists(toldToEnd_) ? 0 : WNOHANG;
+        if (host.enginePid > 0 && waitpid(host.enginePid, nullptr, waiting) == host.enginePid)
             host.enginePid = -1;
         const pid_t pid = tests::pidIn(host.pidFile);
         if (pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0)
             host.enginePid = pid;
     }
 
+    void endIfKilled_()
+    {
+        if (commandsToDeath_-- == 0)
+            _exit(tests::KILLED);
+    }
+
+    // As the kernel does: no module twice.
+    int changeModules_(const std::string& command)
+    {
+        const bool load = command.find("/sbin/insmod") == 0;
+        if (moduleIsLoaded() == load)
+            return 1;
+        tests::writeFile(host.modules, load ? LOADED : "");
+        return 0;
+    }
+
     void readSettings_() { engineHas_ = tests::readFile(directory + "/.current"); }
 
     bool withEngine_;
+    const std::string toldToEnd_ = host.folder / "told-to-end";
     const std::string configuration_ = host.folder / "server.toml";
     Limits limits_;
     int serverEnd_ = -1;
+    long commandsToDeath_ = -1; // none
     std::string engineHas_;
 };
 
@@ -206,7 +246,7 @@ void expectShutDown(const Device& device, const std::string& /*name*/, bool succ
     if (device.engineRuns())
         device.expectFile(OLD_NAME, true);
     else
-        EXPECT_EQ(Names{}, device.files());
+        EXPECT_EQ(Names{}, device.filesBesideNoteOfModules());
 }
 
 struct Scenario {
@@ -296,7 +336,7 @@ TEST_P(TheServer, AnswersAndLeavesWholeFilesEvenIfNoMemoryComesBack)
         SCOPED_TRACE("from allocation " + std::to_string(number) + " on: " + device.answer);
         EXPECT_EQ(0U, device.answer.find(struck ? "" : "success: "));
         EXPECT_NE(0U, device.answer.find("no answer"));
-        for (const std::string& name : device.files()) {
+        for (const std::string& name : device.filesBesideNoteOfModules()) {
             const std::string content = tests::readFile(device.directory + "/" + name);
             EXPECT_TRUE(name == ".current" || name == OLD_NAME || name == GetParam().file) << name;
             EXPECT_TRUE(name == ".current" || content == OLD || content == whole) << name << ": " << content;
@@ -345,21 +385,10 @@ TEST_P(TheServer, LeavesNothingToTheNextOneWhereverItIsKilled)
             SCOPED_TRACE("killed after " + std::to_string(calls) + " calls, then " +
                          (shutDown ? "shutdown" : "settings"));
             const std::string path = device.directory + "/" + OLD_NAME;
-            bool ran = device.engineRuns();
-            const auto exchangeNext = [&] {
-                device.exchangeWith(shutDown ? tests::shutdownText()
-                                    : ran    ? tests::restartText(path)
-                                             : tests::startText(path));
-            };
-            exchangeNext();
-            if (ran && GetParam().expect == expectShutDown &&
-                device.answer == "failure: the engine is not running") {
-                // The killed one had told it to end.
-                device.awaitEndOfEngine();
-                device.answer.clear();
-                ran = false;
-                exchangeNext();
-            }
+            const bool ran = device.engineRuns();
+            device.exchangeWith(shutDown ? tests::shutdownText()
+                                : ran    ? tests::restartText(path)
+                                         : tests::startText(path));
             EXPECT_EQ(!shutDown || ran, device.answer.find("success: ") == 0) << device.answer;
             if (shutDown && ran) {
                 EXPECT_EQ(Names{}, device.files());
@@ -376,6 +405,31 @@ TEST_P(TheServer, LeavesNothingToTheNextOneWhereverItIsKilled)
             }
         }
     EXPECT_LT(GetParam().expect == expectShutDown ? 5 : 20, calls);
+}
+
+// A module that is loaded cannot be loaded again.
+TEST_P(TheServer, StartsAgainWhereverItIsKilledAmongTheCommandsItGives)
+{
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1));
+    const std::string path = device.directory + "/" + OLD_NAME;
+    long number = 0;
+    for (;; ++number) {
+        device.putBack();
+        if (!device.exchangeKilledAmongCommands(number, request))
+            break;
+        SCOPED_TRACE("killed at " + std::to_string(number));
+        if (device.engineRuns()) {
+            device.exchangeWith(tests::shutdownText());
+            EXPECT_EQ("success: the engine was shut down", device.answer);
+            device.answer.clear();
+        }
+        device.exchangeWith(tests::startText(path));
+        EXPECT_EQ("success: the engine was started", device.answer);
+        EXPECT_TRUE(device.moduleIsLoaded());
+        EXPECT_EQ((Names{".current", OLD_NAME}), device.files());
+    }
+    const int commands = GetParam().expect == expectStarted ? 2 : GetParam().expect == expectShutDown ? 1 : 0;
+    EXPECT_EQ(2 * commands, number);
 }
 
 INSTANTIATE_TEST_SUITE_P(, TheServer, ::testing::ValuesIn(SCENARIOS),
