@@ -8,11 +8,13 @@
 #include "Exchange.h"
 #include "Server.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -77,9 +79,9 @@ protected:
         host.onCommand = [this, broken, usual = host.onCommand](const std::string& command) {
             if (command.find("/sbin/") != 0)
                 return usual(command);
-            const bool first = command.find("first") != std::string::npos;
-            const std::string line =
-                first ? "first 16384 0 - Live 0x0\n" : "second_one 16384 1 first, Live 0x0\n";
+            static const std::regex words("/sbin/(insmod /lib/modules/|rmmod -s )([a-z-]+).*");
+            std::string line = std::regex_replace(command, words, "$2 16384 0 - Live 0x0\n");
+            std::replace(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(line.find(' ')), '-', '_');
             std::string list = tests::readFile(host.modules);
             const std::size_t at = list.find(line);
             const bool load = command.find("/sbin/insmod") == 0;
@@ -248,8 +250,7 @@ TEST_F(ServerCarryOut, TheModulesOfAKilledStartAreRemovedWhateverTheNextRequestI
     for (const bool starts : {true, false}) {
         host.asked.clear();
         startAndGetKilled();
-        EXPECT_EQ("first 16384 0 - Live 0x0\nsecond_one 16384 1 first, Live 0x0\n",
-                  tests::readFile(host.modules));
+        EXPECT_EQ("first 16384 0 - Live 0x0\nsecond_one 16384 0 - Live 0x0\n", tests::readFile(host.modules));
         if (starts) {
             EXPECT_EQ("success: the engine was started", start());
             EXPECT_EQ("success: the engine was shut down", shutDown());
@@ -317,6 +318,21 @@ TEST_F(ServerCarryOut, ModulesThatCannotBeRemovedAreTriedAgainBeforeTheNextStart
     EXPECT_EQ("/sbin/rmmod -s first out-1", host.asked[0]);
     EXPECT_EQ("/sbin/insmod /lib/modules/first.ko in-1", host.asked[1]);
     EXPECT_EQ((Lines{".current", "engine.conf"}), files());
+}
+
+TEST_F(ServerCarryOut, ModulesThatAreNewInTheConfigurationJoinThoseThatCouldNotBeRemoved)
+{
+    addModules();
+    keepListOfModules("rmmod");
+    start();
+    EXPECT_EQ("failure: Can't remove module", shutDown());
+    configuration.modules.push_back({"/lib/modules/third.ko", "in-3", "out-3"});
+    startAndGetKilled();
+    host.asked.clear();
+    EXPECT_EQ("failure: the engine is not running", shutDown());
+    EXPECT_EQ((Lines{"/sbin/rmmod -s third out-3", "/sbin/rmmod -s second-one out-2",
+                     "/sbin/rmmod -s first out-1"}),
+              host.asked);
 }
 
 TEST_F(ServerCarryOut, StartThatFailsPutsAnEarlierSettingFileBack)
