@@ -10,6 +10,7 @@
 #include <iostream>
 #include <malloc.h>
 #include <map>
+#include <string>
 
 using namespace norvale::tamber::systemdata::ipseccfg;
 
@@ -82,7 +83,7 @@ int main(int argc, const char* argv[])
         std::cerr << "usage: once WORK RULES\n";
         return 2;
     }
-    const auto rules = benchmarks::sampleRules(static_cast<std::size_t>(std::atol(argv[2])));
+    const auto rules = benchmarks::sampleRules(std::stoul(argv[2]));
     const benchmarks::Associations associations = benchmarks::deepAssociations();
     const std::string compact = benchmarks::encode(rules, false);
     const std::string pretty = benchmarks::encode(rules, true);

@@ -5,7 +5,6 @@
 #include "Fuzzing.h"
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 
 extern "C" {
@@ -171,7 +170,7 @@ std::size_t give(const std::string& text, std::uint8_t* out, std::size_t maxSize
 {
     if (text.empty() || text.size() > maxSize)
         return 0;
-    std::memcpy(out, text.data(), text.size());
+    std::copy(text.begin(), text.end(), out);
     return text.size();
 }
 

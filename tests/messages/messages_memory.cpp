@@ -19,7 +19,7 @@ constexpr const char* NO_STRUCTURE = "Failed to allocate CParser";
 
 PayloadPtr associationOf(const PayloadPtr& transform, int proposalId)
 {
-    const PayloadPtr association = createSecurityAssociation();
+    PayloadPtr association = createSecurityAssociation();
     const auto proposal = std::static_pointer_cast<Proposal>(createProposal());
     proposal->setId(proposalId);
     proposal->add(transform);
@@ -47,7 +47,7 @@ PayloadPtr phase2()
 
 FilterRulePtr ruleOf(FilterRule::FilterType type, const std::string& source)
 {
-    const FilterRulePtr rule = createFilterRule(type, source, OTHER);
+    FilterRulePtr rule = createFilterRule(type, source, OTHER);
     rule->setIdentityType(FilterRule::Email);
     rule->setSrcIdentity(LONG);
     rule->setDstIdentity(OTHER);

@@ -39,7 +39,7 @@ TEST(MessageMemory, ThatRunsOutWhileReadingIsReportedAndLeavesTheArrayAsItWas)
         "<methodCall><methodName>" + longText('e') +
             "</methodName><params><param><value><array><data/></array></value></param></params></methodCall>",
         faultOf(memberOf("faultString", "<value>" + longText('f') + "</value>")),
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!--" + longText('c') + "--><?p " + longText('d') + "?>" +
+        R"(<?xml version="1.0" encoding="UTF-8"?><!--)" + longText('c') + "--><?p " + longText('d') + "?>" +
             answerOf(structOf(memberOf("m", "<value a='" + longText('a') + "' b='&amp;&#65;'><![CDATA[" +
                                                 longText('[') + "]]>&lt;" + longText('\n') + "</value>"))),
     };

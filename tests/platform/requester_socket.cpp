@@ -242,6 +242,7 @@ TEST_F(ServerSocket, ServesFiftyCallersAtOnce)
     constexpr int CALLERS = 50;
     std::atomic<int> answered = 0;
     std::vector<std::thread> callers;
+    callers.reserve(CALLERS);
     for (int i = 0; i < CALLERS; ++i)
         callers.emplace_back([&] {
             CArrayParser request;

@@ -346,7 +346,7 @@ TEST_F(InitCommand, LeavesNoPieceOfAFileBehind)
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &small));
     const Performed text = init(folder / "policy.toml");
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &old));
-    std::signal(SIGXFSZ, handler);
+    ASSERT_EQ(SIG_IGN, std::signal(SIGXFSZ, handler));
     EXPECT_THAT(text.err, HasSubstr("policy.toml': File too large"));
     EXPECT_FALSE(std::filesystem::exists(folder / "policy.toml"));
 }

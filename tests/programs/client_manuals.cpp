@@ -40,7 +40,7 @@ std::map<std::string, Terms> termsOf(const std::string& name)
             section = line.substr(4);
         if (line != ".TP" || !std::getline(page, line))
             continue;
-        std::istringstream words(std::regex_replace(line, std::regex("\"[^\"]*\""), " "));
+        std::istringstream words(std::regex_replace(line, std::regex(R"("[^"]*")"), " "));
         std::string word;
         words >> word; // the macro
         while (words >> word)

@@ -567,7 +567,7 @@ protected:
         program_ = ::forkpty(&terminal_, nullptr, nullptr, nullptr);
         ASSERT_GE(program_, 0);
         if (program_ == 0) {
-            std::signal(SIGINT, SIG_DFL); // which a shell lets its background jobs ignore
+            static_cast<void>(std::signal(SIGINT, SIG_DFL)); // which a shell lets its background jobs ignore
             if (aside >= 0)
                 ::dup2(::open(file_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), aside);
             ::execv(IPSECCFGCTL, argv.data());

@@ -59,7 +59,7 @@ void redirect(int fd, const std::string& path)
 void ignoreSignals(const std::string& /*value*/)
 {
     for (int signal = 1; signal < NSIG; ++signal)
-        std::signal(signal, SIG_IGN); // fails for some
+        static_cast<void>(std::signal(signal, SIG_IGN)); // fails for some
 }
 
 void blockSignals(const std::string& /*value*/)

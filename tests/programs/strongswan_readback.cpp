@@ -241,7 +241,7 @@ protected:
             return random.perhapsHostile(isSix ? random.any(six) : random.any(four), 5);
         };
         const std::string source = pick();
-        const FilterRulePtr result = createFilterRule(type, source, pick());
+        FilterRulePtr result = createFilterRule(type, source, pick());
         result->setPriority(static_cast<int>(random.below(100)));
         return result;
     }
@@ -252,7 +252,7 @@ protected:
         const std::string names[] = {"CN=device", "C=CH, O=Example, CN=gateway", "CN=a b,O=c",
                                      "O=x, OU=y, E=z@x"};
         const std::string emails[] = {"a@example.org", "first.last+tag@b", "x=y@z", "C=CH@b"};
-        const FilterRulePtr result = rule(FilterRule::Use);
+        FilterRulePtr result = rule(FilterRule::Use);
         const auto pick = [&](const auto& texts) { return random.perhapsHostile(random.any(texts), 25); };
         const auto type = static_cast<FilterRule::IdentityType>(random.below(4));
         result->setIdentityType(type);

@@ -56,7 +56,7 @@ protected:
     FilterRulePtr add(FilterRule::FilterType type, const std::string& source, const std::string& destination,
                       int priority = 10)
     {
-        const FilterRulePtr rule = createFilterRule(type, source, destination);
+        FilterRulePtr rule = createFilterRule(type, source, destination);
         rule->setPriority(priority);
         (type == FilterRule::Use ? parts.used : parts.others).push_back(rule);
         return rule;
@@ -395,9 +395,9 @@ TEST_F(StrongswanSettings, HoldEveryKindOfIdentity)
     };
     const Case cases[] = {
         {FilterRule::IPAddress, "192.0.2.1", "2001:DB8::1", "192.0.2.1", "2001:db8::1"},
-        {FilterRule::DN, "CN=device, O=Example", "C=CH,O=A/S \\\"x\\\",CN={a}#b", "CN=device,O=Example",
-         "C=CH,O=A/S \\\\\\\"x\\\\\\\",CN={a}#b"},
-        {FilterRule::Email, "a@example.org", "\"{}=\"@b", "email:a@example.org", "email:\\\"{}=\\\"@b"},
+        {FilterRule::DN, "CN=device, O=Example", R"(C=CH,O=A/S \"x\",CN={a}#b)", "CN=device,O=Example",
+         R"(C=CH,O=A/S \\\"x\\\",CN={a}#b)"},
+        {FilterRule::Email, "a@example.org", R"("{}="@b)", "email:a@example.org", R"(email:\"{}=\"@b)"},
     };
     for (const Case& each : cases) {
         parts.used.clear();
