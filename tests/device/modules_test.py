@@ -7,9 +7,10 @@ The modules "bench" are those of tests/device/modules: they come and go with a w
 import os
 import shutil
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 
 from device import Device, loaded_modules, module_table
-from hosts import kernel_module, run, use
+from hosts import eventually, kernel_module, run, use
 
 BENCH = "/usr/lib/bench/"
 MISSING = "/usr/lib/bench/missing.ko"
@@ -55,6 +56,12 @@ class Modules(unittest.TestCase):
         os.symlink(name, "/usr/bin/sh.new")
         os.rename("/usr/bin/sh.new", "/usr/bin/sh")
 
+    def use_engine(self, script):
+        self.device.engine = self.device.folder + "/no-engine"
+        with open(self.device.engine, "w") as file:
+            file.write("#!/bin/sh\n" + script + "\n")
+        os.chmod(self.device.engine, 0o755)
+
     def release(self):
         with open("/sys/module/bench_stubborn/parameters/held", "w") as file:
             file.write("0")
@@ -62,19 +69,23 @@ class Modules(unittest.TestCase):
     def configure(self, *modules, retry=1):
         self.device.configure(modules="".join(modules), retry=retry)
 
-    def assert_start_fails(self, *words, left=()):
+    def assert_folder_holds_nothing_but(self, noted):
+        """The note of modules that the server could not remove."""
+        self.assertEqual([".lock"] + [".modules"] * noted, sorted(os.listdir(self.device.folder + "/run")))
+
+    def assert_start_fails(self, *words, left=(), noted=False):
         """And what is left of it are the modules that were there before, nothing else."""
         self.assertEqual(("failure", *words), self.device.ask("start", self.device.policy))
         self.assertEqual(list(left), here())
         self.assertIsNone(self.device.engine_pid())
-        self.assertEqual([".lock"], os.listdir(self.device.folder + "/run"))
+        self.assert_folder_holds_nothing_but(noted)
 
-    def assert_shut_down_with(self, status, words):
+    def assert_shut_down_with(self, status, words, noted=False):
         """Whatever became of the modules, engine and setting file are gone."""
         pid = self.device.engine_pid()
         self.assertEqual((status, words), self.device.ask("shutdown"))
         self.assertFalse(os.path.exists(f"/proc/{pid}"))
-        self.assertEqual([".lock"], os.listdir(self.device.folder + "/run"))
+        self.assert_folder_holds_nothing_but(noted)
 
     def test_they_come_in_order_with_their_options_and_go_in_reverse_order(self):
         self.configure(bench("bench_count"), bench("bench_option", "number=-7 word=seven"), bench("bench_user"),
@@ -141,11 +152,11 @@ class Modules(unittest.TestCase):
     def test_the_first_one_that_refuses_to_go_is_a_failure(self):
         self.configure(bench("bench_stubborn", "held=1"), bench("bench_option"), retry=2)
         self.device.start()
-        self.assert_shut_down_with("failure", "Can't remove module")
+        self.assert_shut_down_with("failure", "Can't remove module", noted=True)
         self.assertEqual(["bench_stubborn"], here())
         # It is there already: insmod refuses it, and nothing takes it away.
         self.configure(bench("bench_option"), bench("bench_stubborn"))
-        self.assert_start_fails("Can't install module", left=["bench_stubborn"])
+        self.assert_start_fails("Can't install module", left=["bench_stubborn"], noted=True)
         self.release()
         self.configure(bench("bench_stubborn"), bench("bench_option"))
         self.device.start()
@@ -155,14 +166,20 @@ class Modules(unittest.TestCase):
     def test_a_later_one_that_refuses_to_go_is_none(self):
         self.configure(bench("bench_option"), bench("bench_stubborn", "held=1"))
         self.device.start()
-        self.assert_shut_down_with("success", "the engine was shut down")
+        self.assert_shut_down_with("success", "the engine was shut down", noted=True)
         self.assertEqual(["bench_stubborn"], here())
+        # Else the next start would fail at it.
+        self.release()
+        self.configure(bench("bench_option"), bench("bench_stubborn"))
+        self.device.start()
+        self.assert_shut_down_with("success", "the engine was shut down")
+        self.assertEqual([], here())
 
     def test_one_that_somebody_else_uses_refuses_to_go(self):
         self.configure(bench("bench_option"))
         self.device.start()
         run("insmod", BENCH + "bench_user.ko")
-        self.assert_shut_down_with("failure", "Can't remove module")
+        self.assert_shut_down_with("failure", "Can't remove module", noted=True)
         self.assertEqual(["bench_option", "bench_user"], here())
 
     def test_a_bad_value_is_refused_and_an_unknown_option_is_not(self):
@@ -218,13 +235,28 @@ class Modules(unittest.TestCase):
                                      ("bash", "kill -TERM $$", "Abnormal termination: signal number: 15")):
             with self.subTest(shell + ": " + script):
                 self.use_shell(shell)
-                self.device.engine = self.device.folder + "/no-engine"
-                with open(self.device.engine, "w") as file:
-                    file.write("#!/bin/sh\n" + script + "\n")
-                os.chmod(self.device.engine, 0o755)
+                self.use_engine(script)
                 self.configure(bench("bench_count"), bench("bench_option"))
                 self.assert_start_fails(words)
                 self.assertEqual(["bench_option out", "bench_count out"], said()[-2:])
+
+    def test_those_of_a_killed_server_are_not_in_the_way_of_the_next_start(self):
+        run("insmod", BENCH + "bench_count.ko")
+        engine = self.device.engine
+        self.use_engine("exit 0")  # and never ready
+        self.configure(bench("bench_option"), bench("bench_user"))
+        with ThreadPoolExecutor() as others:
+            answer = others.submit(self.device.ask, "start", self.device.policy)
+            self.assertTrue(eventually(lambda: "bench_user" in here()))
+            run("pkill", "-KILL", "-x", "systemdataIPsec")
+            self.assertNotEqual("success", answer.result()[0])
+        self.assertEqual(["bench_count", "bench_option", "bench_user"], here())
+        self.device.engine = engine
+        self.configure(bench("bench_option"), bench("bench_user"))
+        self.device.start()
+        self.assertEqual(["bench_user out", "bench_option out", "bench_option in", "bench_user in"], said()[-4:])
+        self.assert_shut_down_with("success", "the engine was shut down")
+        self.assertEqual(["bench_count"], here())
 
 
 if __name__ == "__main__":
