@@ -46,12 +46,11 @@ std::size_t distanceBetween(const std::string& one, const std::string& other)
     return row.back();
 }
 
-// Whether somebody who writes `word` may have meant `candidate`: the beginning of it, or few letters off.
-bool isLike(const std::string& word, const std::string& candidate, std::size_t distance)
+// Whether a word is one that somebody has not written to its end.
+bool isBeginning(const std::string& word, const std::string& candidate)
 {
     constexpr std::size_t SHORTEST_BEGINNING = 3;
-    return distance <= candidate.size() / 3 ||
-           (word.size() >= SHORTEST_BEGINNING && candidate.compare(0, word.size(), word) == 0);
+    return word.size() >= SHORTEST_BEGINNING && candidate.compare(0, word.size(), word) == 0;
 }
 
 } // namespace
@@ -74,13 +73,14 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     if (word.size() > LONGEST_SLIP)
         return std::string();
     const std::string* nearest = nullptr;
-    std::size_t least = 0;
+    std::pair<std::size_t, std::size_t> least; // slips, and letters that differ: nobody slips in a beginning
     for (const std::string& candidate : known) {
         const std::size_t distance = distanceBetween(folded(word), folded(candidate));
-        const bool isNearer = nearest == nullptr || distance < least;
-        if (isNearer && isLike(folded(word), folded(candidate), distance)) {
+        const bool begins = isBeginning(folded(word), folded(candidate));
+        const std::pair<std::size_t, std::size_t> found = {begins ? 0 : distance, distance};
+        if ((begins || distance <= candidate.size() / 3) && (nearest == nullptr || found < least)) {
             nearest = &candidate;
-            least = distance;
+            least = found;
         }
     }
     return nearest == nullptr ? std::string() : " (did you mean " + quoted(*nearest) + "?)";

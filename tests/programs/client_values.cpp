@@ -166,6 +166,14 @@ TEST(Suggestion, IsTheNearestKnownWordIfItIsNear)
         EXPECT_EQ(slip.hint, suggestion(slip.word, known)) << slip.word;
 }
 
+TEST(Suggestion, IsAWordThatWasBegunRatherThanOneWithASlip)
+{
+    const std::vector<std::string> commands = {"start", "restart", "status"};
+    EXPECT_EQ(" (did you mean 'status'?)", suggestion("stat", commands));
+    EXPECT_EQ(" (did you mean 'start'?)", suggestion("sta", commands));
+    EXPECT_EQ(" (did you mean 'start'?)", suggestion("stort", commands));
+}
+
 TEST(Suggestion, IsNotSoughtForAVeryLongWord)
 {
     EXPECT_EQ("", suggestion(std::string(100, 'a'), {std::string(100, 'a')}));
