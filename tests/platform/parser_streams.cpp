@@ -362,6 +362,20 @@ TEST(MessageStream, ThatHasFailedTakesNothing)
     }
 }
 
+TEST(MessageStream, ThatIsGoodAgainGetsNothingOfAMessageThatItDidNotTake)
+{
+    std::ostringstream stream;
+    stream.setstate(std::ios_base::failbit);
+    COStream out(stream);
+    CArrayParser first;
+    addScalar(first, "first", "1", Type::integer);
+    EXPECT_NE(0, first.serialize(out));
+    stream.clear();
+    CArrayParser second;
+    EXPECT_EQ(0, second.serialize(out));
+    EXPECT_EQ(textOf(second), stream.str());
+}
+
 TEST(MessageStream, ThatIsToThrowWhenItFailsThrowsAtTheWriter)
 {
     BoundedSink sink(10);
