@@ -105,7 +105,8 @@ for number in {1..50}; do
     esac
 done
 step "$served of 50 were served, $((50 - served - late)) were asked to come again, $late gave up after a minute"
-[[ $served -gt 0 ]] || fail "none was served"
+# Each takes a second or so, and waits for its turn for 15 s.
+[[ $served -ge 10 ]] || fail "too few were served"
 [[ $(engine) == "$first" ]] || fail "the engine is not what it was"
 until_true 300 no_request || fail "requests go on: $(systemctl list-units --all --no-legend 'ipseccfg@*')"
 ask 0 "shut down" as member ipseccfgctl shutdown
