@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <ctime>
+#include <limits>
 
 namespace tests {
 
@@ -23,15 +24,19 @@ double secondsFor(Action action)
 }
 
 /// How much longer an action takes for four times the size: four times in linear time, sixteen times if each
-/// piece looks at all the others. Measured until it is less than eight, at most five times.
+/// piece looks at all the others. Measured until it is less than eight, at most twenty times; the least times count.
 /// @param secondsForSize the processor time for a size
 template <class Measure>
 double growthOf(Measure secondsForSize, std::size_t size)
 {
     constexpr double CLOCK_STEP = 0.001;
+    double least = std::numeric_limits<double>::max();
+    double leastOfLarger = least;
     double ratio = 0;
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        ratio = secondsForSize(4 * size) / (secondsForSize(size) + CLOCK_STEP);
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        least = std::min(least, secondsForSize(size));
+        leastOfLarger = std::min(leastOfLarger, secondsForSize(4 * size));
+        ratio = leastOfLarger / (least + CLOCK_STEP);
         if (ratio < 8)
             break;
     }
