@@ -21,10 +21,11 @@ bool isKernelModule(const std::string& name)
 
 std::vector<std::string>& split(const std::string& text, char separator, std::vector<std::string>& pieces)
 {
+    const std::string whole = text; // which may be one of the pieces
     // No stream, which would keep it quiet if memory ran out and give the first pieces only.
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = std::min(text.find(separator, begin), text.size());
-        pieces.push_back(text.substr(begin, end - begin));
+    for (std::size_t begin = 0; begin < whole.size();) {
+        const std::size_t end = std::min(whole.find(separator, begin), whole.size());
+        pieces.push_back(whole.substr(begin, end - begin));
         begin = end + 1;
     }
     return pieces;

@@ -42,6 +42,13 @@ TEST(Split, AppendsToWhatIsThereAndReturnsIt)
     EXPECT_EQ((Pieces{"before", "a", "b"}), pieces);
 }
 
+TEST(Split, CutsATextThatIsOneOfThePieces)
+{
+    const std::string first = "a piece that is too long to be kept in place";
+    Pieces pieces = {first + ":b:c:d"};
+    EXPECT_EQ((Pieces{first + ":b:c:d", first, "b", "c", "d"}), split(pieces.front(), ':', pieces));
+}
+
 class FindExecPath : public ::testing::Test {
 protected:
     FindExecPath()
