@@ -7,7 +7,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace norvale::tamber::systemdata::ipseccfg::server {
@@ -19,7 +18,10 @@ constexpr int NOT_RUN = 0;
 
 int readPid(std::istream& pidFile)
 {
-    const std::string content{std::istreambuf_iterator<char>(pidFile), std::istreambuf_iterator<char>()};
+    std::string content;
+    char piece[64];
+    while (pidFile.read(piece, sizeof piece), pidFile.gcount() > 0)
+        content.append(piece, static_cast<std::size_t>(pidFile.gcount()));
     return std::stoi(content, nullptr, 10);
 }
 

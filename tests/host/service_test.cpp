@@ -4,6 +4,7 @@
 #include "Host.h"
 #include "Service.h"
 
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <stdexcept>
@@ -16,7 +17,7 @@ using norvale::tamber::systemdata::ipseccfg::server::Service;
 
 class EngineService : public HostTest {
 protected:
-    ~EngineService() override { unlink(pidFile_.c_str()); }
+    ~EngineService() override { std::filesystem::remove(pidFile_); }
 
     void writePidFile(const std::string& content) { std::ofstream(pidFile_) << content; }
 
@@ -92,6 +93,16 @@ TEST_F(EngineService, PassesTheSignalOnThatItIsGiven)
         (service_.*sender.send)(pidFile_, 1);
         EXPECT_EQ((Asked{"kill 5 1"}), host.asked()) << sender.name;
     }
+}
+
+TEST_F(EngineService, RefusesAFolderAsAPidFileThatIsEmpty)
+{
+    std::filesystem::remove(pidFile_);
+    std::filesystem::create_directory(pidFile_);
+    for (const auto& sender : SENDERS)
+        EXPECT_EQ("stoi", textThrownBy<std::invalid_argument>([&] { (service_.*sender.send)(pidFile_, 15); }))
+            << sender.name;
+    EXPECT_EQ(Asked{}, host.asked());
 }
 
 TEST_F(EngineService, RefusesAPidFileWithoutAUsableNumber)
