@@ -150,11 +150,10 @@ void ServerProcess::end(milliseconds patience) noexcept
     ::kill(pid_, SIGTERM);
     if (endsWithin_(PATIENCE))
         return;
-    // A process that may not be signalled cannot be made to end: better a child left than a wait for ever.
-    const bool ends = ::kill(pid_, SIGKILL) == 0;
-    while (ends && ::waitpid(pid_, nullptr, 0) == -1 && errno == EINTR) {
-    }
-    pid_ = -1;
+    // A process that may not be signalled, or that waits for a device, cannot be made to end: better a child left than
+    // a wait for ever.
+    if (::kill(pid_, SIGKILL) != 0 || !endsWithin_(10 * PATIENCE))
+        pid_ = -1;
 }
 
 bool ServerProcess::endsWithin_(milliseconds patience) noexcept
