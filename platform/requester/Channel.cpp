@@ -102,7 +102,7 @@ void Channel::send_(std::string_view bytes)
 {
     while (!bytes.empty() && request_ == Request::sending) {
         if (deadline_.hasPassed()) {
-            request_ = Request::failed;
+            giveUp_();
             return;
         }
         const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -122,7 +122,7 @@ void Channel::awaitRoom_()
 {
     const int answer = answerEnded_ ? 0 : POLLIN;
     if (!await_(static_cast<short>(POLLOUT | answer)))
-        request_ = Request::failed;
+        giveUp_();
     else if (!answerEnded_)
         readAhead_();
     if (ahead_.size() > READ_AHEAD_LIMIT) {
@@ -134,7 +134,14 @@ void Channel::awaitRoom_()
 // The server reads no more of the request. That is its good right if it answers.
 void Channel::judgeBrokenOff_()
 {
-    request_ = answerBegun_ || awaitAnswer_() ? Request::answered : Request::failed;
+    awaitAnswer_();
+    giveUp_();
+}
+
+// Whether what has come is an answer, and whole, its text tells.
+void Channel::giveUp_()
+{
+    request_ = answerBegun_ ? Request::answered : Request::failed;
 }
 
 // Waits for more of the answer. False if there is none: it has ended, the time is up, or the server waits for

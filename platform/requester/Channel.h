@@ -74,6 +74,7 @@ private:
     void send_(std::string_view bytes);
     void awaitRoom_();
     void judgeBrokenOff_();
+    void giveUp_();
     bool awaitAnswer_();
     void readAhead_();
     bool await_(short events) const;

@@ -306,6 +306,14 @@ TEST_F(RequesterTest, AServerThatTricklesIsGivenUpWhenTheTimeIsUp)
     EXPECT_LT(duration, 10s);
 }
 
+// Whether more of an answer would come nobody knows before.
+TEST_F(RequesterTest, AServerThatAnswersAndReadsNoMoreHasAnsweredWhenTheTimeIsUp)
+{
+    EXPECT_LT(durationOf([] { EXPECT_EQ(ANSWERED, exchange("answer hang", LARGE, 1)); }), 10s);
+    EXPECT_LT(durationOf([] { EXPECT_EQ(ANSWERED, exchange("answer close-input hang", LARGE, 1)); }), 10s);
+    EXPECT_LT(durationOf([] { EXPECT_EQ(NOT_ANSWERED, exchange("half hang", LARGE, 1)); }), 10s);
+}
+
 TEST_F(RequesterTest, AServerThatOnlyStopsReadingIsGivenUpWhenTheTimeIsUp)
 {
     EXPECT_LT(durationOf([] { EXPECT_EQ(NOT_SENT, exchange("stop-reading hang", LARGE, 1)); }), 10s);
