@@ -101,7 +101,7 @@ TEST(CommandLine, ThatIsWrongIsRefusedWithTheReason)
         {{"stat", "p"},
          "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
          "mean "
-         "'start'?)"},
+         "'status'?)"},
         {{"strat", "p"},
          "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
          "mean "
