@@ -4,6 +4,8 @@
 #include "ObjectXMLMapping.h"
 
 #include "CArrayParser.h"
+#include "CMember.h"
+#include "CParser.h"
 #include "PayloadBuilder.h"
 
 #include <charconv>
@@ -476,23 +478,23 @@ void FilterRuleDeserializer::execute()
     FilterRulePtr rule;
     readStructures(receiver_, TABLE_ID_VALUE, [this, &rule](const CMember& member) {
         const std::string_view name = member.getName();
-        const std::string& value = member.getValue();
         if (name == "filter-type") {
-            const auto type = static_cast<FilterRule::FilterType>(toInt(value));
+            const auto type = static_cast<FilterRule::FilterType>(toInt(member.getValue()));
             rule = createFilterRule(type, "", "");
             (type == FilterRule::Use ? use_ : bd_).push_back(rule);
         } else if (name == "src-addr")
-            ownerOf(member, rule).setSrcIpAddress(value);
+            ownerOf(member, rule).setSrcIpAddress(member.getValue());
         else if (name == "dst-addr")
-            ownerOf(member, rule).setDstIpAddress(value);
+            ownerOf(member, rule).setDstIpAddress(member.getValue());
         else if (name == "identity-type")
-            ownerOf(member, rule).setIdentityType(static_cast<FilterRule::IdentityType>(toInt(value)));
+            ownerOf(member, rule)
+                .setIdentityType(static_cast<FilterRule::IdentityType>(toInt(member.getValue())));
         else if (name == "src-identity")
-            ownerOf(member, rule).setSrcIdentity(value);
+            ownerOf(member, rule).setSrcIdentity(member.getValue());
         else if (name == "dst-identity")
-            ownerOf(member, rule).setDstIdentity(value);
+            ownerOf(member, rule).setDstIdentity(member.getValue());
         else if (name == "priority")
-            ownerOf(member, rule).setPriority(toInt(value));
+            ownerOf(member, rule).setPriority(toInt(member.getValue()));
     });
 }
 
@@ -535,14 +537,13 @@ void CertificateDeserializer::execute()
     CertificatePtr certificate;
     readStructures(receiver_, TABLE_ID_VALUE, [this, &certificate](const CMember& member) {
         const std::string_view name = member.getName();
-        const std::string& value = member.getValue();
         if (name == "cert-kind") {
-            certificate = createCertificate(static_cast<Certificate::Kind>(toInt(value)), "", "");
+            certificate = createCertificate(static_cast<Certificate::Kind>(toInt(member.getValue())), "", "");
             certs_.push_back(certificate);
         } else if (name == "cert-path")
-            ownerOf(member, certificate).setCertFilePath(value);
+            ownerOf(member, certificate).setCertFilePath(member.getValue());
         else if (name == "pkey-path")
-            ownerOf(member, certificate).setPkeyFilePath(value);
+            ownerOf(member, certificate).setPkeyFilePath(member.getValue());
     });
 }
 

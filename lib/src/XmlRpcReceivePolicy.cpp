@@ -3,6 +3,7 @@
 #include "XmlRpcReceivePolicy.h"
 
 #include "CArrayParser.h"
+#include "CIStream.h"
 #include "ObjectXMLMapping.h"
 
 #include <stdexcept>

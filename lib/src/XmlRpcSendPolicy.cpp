@@ -3,6 +3,9 @@
 #include "XmlRpcSendPolicy.h"
 
 #include "CArrayParser.h"
+#include "CFault.h"
+#include "CIStream.h"
+#include "COStream.h"
 #include "CRequester.h"
 #include "ObjectXMLMapping.h"
 #include "Utility.h"
@@ -120,7 +123,7 @@ int XmlRpcSendPolicy::wait_(CRequester& requester)
         throw std::runtime_error("Error to recv.");
     dumpResponse_(response);
     const CFault& fault = response.getFault();
-    if (fault.getCode() != parser::ok)
+    if (fault.getCode() != parser::FaultCode::ok)
         throw std::runtime_error("Error rsp: " + fault.getString());
     return handleResponse_(response);
 }

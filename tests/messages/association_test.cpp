@@ -3,6 +3,7 @@
 #include "Growth.h"
 #include "MessageTest.h"
 
+#include "CParser.h"
 #include "PayloadBuilder.h"
 
 #include <iomanip>

@@ -225,5 +225,17 @@ TEST_F(EveryDeserializer, IgnoresUnknownMembersAndMatchesNamesExactly)
         EXPECT_NO_THROW(run(*kind.make())) << kind.name;
 }
 
+// It may have none.
+TEST_F(EveryDeserializer, AsksNoUnknownMemberForItsValue)
+{
+    const char* const firstNumbers[] = {"scenario", "phase-id", "filter-type", "cert-kind", "status"};
+    const char* const* number = firstNumbers;
+    for (const Kind& kind : DESERIALIZERS) {
+        array_ = std::make_unique<CArrayParser>();
+        memory_platform::addTo(*array_, std::string("{\nunknown [1]\n") + *number++ + " 3 abc\n}\n");
+        EXPECT_EQ("stoi", textThrownBy<std::invalid_argument>([&] { run(*kind.make()); })) << kind.name;
+    }
+}
+
 } // namespace
 } // namespace tests

@@ -2,14 +2,15 @@
 #define MEMORY_PLATFORM_CARRAYPARSER_H
 
 #include "CFault.h"
-#include "CIStream.h"
-#include "COStream.h"
-#include "CParser.h"
 
 #include <string>
 #include <vector>
 
 namespace norvale::tamber::systemdata::parser {
+
+class CIStream;
+class COStream;
+class CParser;
 
 // The message's text is a line a member instead of XML, so that tests can state whole messages:
 //

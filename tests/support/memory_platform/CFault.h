@@ -5,7 +5,7 @@
 
 namespace norvale::tamber::systemdata::parser {
 
-enum FaultCode : int {
+enum class FaultCode : int {
     ok = 0,
     unsupportedOperation = 1,
     operationNotAvailable = 2,
@@ -24,7 +24,7 @@ public:
 private:
     friend class CArrayParser;
 
-    FaultCode code = ok;
+    FaultCode code = FaultCode::ok;
     std::string string;
 };
 

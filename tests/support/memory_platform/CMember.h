@@ -9,7 +9,7 @@
 
 namespace norvale::tamber::systemdata::parser {
 
-enum Type : int {
+enum class Type : int {
     none = 0,
     string = 1,
     boolean = 2,
@@ -22,7 +22,7 @@ enum Type : int {
 class CMember {
 public:
     const std::string& getName() const { return name; }
-    const std::string& getValue() const { return values.front(); }
+    const std::string& getValue() const { return values.at(0); }
     const std::vector<std::string>& getValues() const { return values; }
 
 private:

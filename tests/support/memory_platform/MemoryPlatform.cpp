@@ -2,6 +2,9 @@
 
 #include "MemoryPlatform.h"
 
+#include "CIStream.h"
+#include "COStream.h"
+#include "CParser.h"
 #include "CRequester.h"
 
 #include <memory>
@@ -117,7 +120,7 @@ int CArrayParser::serialize(COStream& out)
         os << "command " << command_ << '\n';
     if (prettyPrint_)
         os << "pretty\n";
-    if (fault_.code != ok)
+    if (fault_.code != FaultCode::ok)
         os << "fault " << static_cast<int>(fault_.code) << ' ' << fault_.string << '\n';
     for (const CParser* element : elements_) {
         os << "{\n";
