@@ -20,8 +20,9 @@ fail() {
     exit 1
 }
 
+kinds=definite,indirect,possible
 watched=(valgrind --quiet --error-exitcode=97 "--log-file=$place/said.%p" "--suppressions=$suppressions" --leak-check=full
-    --show-leak-kinds=definite,indirect,possible --errors-for-leak-kinds=definite,indirect,possible)
+    "--show-leak-kinds=$kinds" "--errors-for-leak-kinds=$kinds")
 printf '#!/bin/bash\nexec %s "$@"\n' "${watched[*]@Q} ${build@Q}/programs/server/systemdataIPsecCfgServer" >"$place/server"
 chmod 755 "$place/server"
 mkdir -m 700 "$place/run" "$place/certificates"
