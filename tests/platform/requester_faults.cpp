@@ -316,6 +316,17 @@ TEST_F(TimeBound, EndsTheWritingOfARequestThatTheServerStillReads)
     EXPECT_EQ(NOT_SENT, exchangeOver(requester, request, answer));
 }
 
+// What comes before it reads is read ahead.
+TEST_F(TimeBound, DoesNotCountOnceTheServerHasAnswered)
+{
+    serversDo("answer read");
+    fill(request, REQUESTER_SERVER, MORE_THAN_A_SOCKET_HOLDS);
+    CRequester requester(20);
+    EXPECT_EQ(0, request.serialize(requester.getOStream()));
+    secondsAhead += 21;
+    EXPECT_EQ(ANSWERED, exchangeOver(requester, request, answer));
+}
+
 TEST_F(TimeBound, EndsTheReadingOfAnAnswerThatTheServerStillWrites)
 {
     serversDo("read answer");

@@ -110,6 +110,7 @@ TEST(CommandLine, ThatIsWrongIsRefusedWithTheReason)
          "a command is needed, one of start, restart, shutdown, check, show, diff, init, status (did you "
          "mean "
          "'shutdown'?)"},
+        {{"--server"}, "--server: 1 required PATH missing"},
         {{"start"}, "POLICY is required"},
         {{"start", "a", "b"}, "The following argument was not expected: b"},
         {{"start", "a", "check", "b"}, "The following arguments were not expected: b check"},
