@@ -19,6 +19,7 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 
 namespace {
 
+constexpr const char* LISTING = "/proc/modules"; // a line each, the name first
 constexpr std::size_t LARGEST_LISTING = 4194304;
 constexpr std::size_t LONGEST_BOOT_ID = 64;
 constexpr const char* NOTE = ".modules";
@@ -34,13 +35,13 @@ std::string listedName(const std::string& path)
     return name;
 }
 
-Names loaded(const std::string& listing)
+Names loaded()
 {
     Names names;
     struct stat status = {};
-    if (stat(listing.c_str(), &status) != 0 && errno == ENOENT) // a kernel without modules
+    if (stat(LISTING, &status) != 0 && errno == ENOENT) // a kernel without modules
         return names;
-    for (const std::string& line : common::split(programs::readFile(listing, LARGEST_LISTING), '\n'))
+    for (const std::string& line : common::split(programs::readFile(LISTING, LARGEST_LISTING), '\n'))
         names.insert(line.substr(0, line.find(' ')));
     return names;
 }
@@ -64,9 +65,9 @@ Names noted(const SettingFolder& folder)
     return {std::next(words.begin()), words.end()};
 }
 
-Names loadedByOthers(const std::string& listing, const SettingFolder& folder)
+Names loadedByOthers(const SettingFolder& folder)
 {
-    Names names = loaded(listing);
+    Names names = loaded();
     for (const std::string& name : noted(folder))
         names.erase(name);
     return names;
@@ -74,15 +75,13 @@ Names loadedByOthers(const std::string& listing, const SettingFolder& folder)
 
 } // namespace
 
-KernelModules::KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder,
-                             const std::string& listing)
-    : KernelModules(modules, folder, listing, loadedByOthers(listing, folder))
+KernelModules::KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder)
+    : KernelModules(modules, folder, loadedByOthers(folder))
 {}
 
 KernelModules::KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder,
-                             const std::string& listing, const Names& others)
+                             const Names& others)
     : folder_(folder)
-    , listing_(listing)
 {
     std::copy_if(
         modules.begin(), modules.end(), std::back_inserter(modules_),
@@ -92,7 +91,7 @@ KernelModules::KernelModules(const std::list<Configuration::Module>& modules, co
 KernelModules KernelModules::ofRunningEngine(const std::list<Configuration::Module>& modules,
                                              const SettingFolder& folder)
 {
-    return {modules, folder, LISTING, Names()};
+    return {modules, folder, Names()};
 }
 
 bool KernelModules::areNoted(const SettingFolder& folder)
@@ -135,7 +134,7 @@ void KernelModules::removeAdded() const
 
 std::list<Configuration::Module> KernelModules::present_() const
 {
-    const Names names = loaded(listing_);
+    const Names names = loaded();
     std::list<Configuration::Module> present;
     std::copy_if(
         modules_.begin(), modules_.end(), std::back_inserter(present),

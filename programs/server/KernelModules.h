@@ -21,17 +21,12 @@ namespace norvale::tamber::systemdata::ipseccfg::configserver {
 /// booted since.
 class KernelModules {
 public:
-    static constexpr const char* LISTING = "/proc/modules";
-
     /// Before the modules are loaded: all are the engine's but those that the kernel has now and no note names.
     /// @param modules in the order of loading
     /// @param folder must outlive this
-    /// @param listing the kernel's list of its modules: a line each, the name first; a kernel without modules
-    ///        has none
-    /// @throws std::runtime_error in the system's words if it cannot be read: what was loaded before must not
-    ///         be mistaken for the engine's.
-    KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder,
-                  const std::string& listing = LISTING);
+    /// @throws std::runtime_error in the system's words if the kernel's list of its modules cannot be read: what was
+    ///         loaded before must not be mistaken for the engine's.
+    KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder);
 
     /// Before the modules of a running engine are unloaded: all are the engine's.
     static KernelModules ofRunningEngine(const std::list<Configuration::Module>& modules,
@@ -51,13 +46,12 @@ public:
 
 private:
     KernelModules(const std::list<Configuration::Module>& modules, const SettingFolder& folder,
-                  const std::string& listing, const std::set<std::string>& others);
+                  const std::set<std::string>& others);
 
     std::list<Configuration::Module> present_() const;
 
     std::list<Configuration::Module> modules_; ///< the engine's
     const SettingFolder& folder_;
-    std::string listing_;
 };
 
 } // namespace norvale::tamber::systemdata::ipseccfg::configserver
