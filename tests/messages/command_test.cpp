@@ -15,6 +15,7 @@ using memory_platform::state;
 struct Kind {
     const char* name;
     std::function<std::unique_ptr<Command>()> make;
+    const char* firstNumber = nullptr; // the member that a deserializer reads first and as a number
 };
 
 PayloadPtr association()
@@ -44,11 +45,11 @@ const Kind SERIALIZERS_THAT_TRANSLATE[] = {
 };
 
 const Kind DESERIALIZERS[] = {
-    {"scenario", [] { return std::make_unique<ScenarioDeserializer>(); }},
-    {"security association", [] { return std::make_unique<SecurityAssociationDeserializer>(); }},
-    {"filter rule", [] { return std::make_unique<FilterRuleDeserializer>(); }},
-    {"certificate", [] { return std::make_unique<CertificateDeserializer>(); }},
-    {"result", [] { return std::make_unique<ResultDeserializer>(); }},
+    {"scenario", [] { return std::make_unique<ScenarioDeserializer>(); }, "scenario"},
+    {"security association", [] { return std::make_unique<SecurityAssociationDeserializer>(); }, "phase-id"},
+    {"filter rule", [] { return std::make_unique<FilterRuleDeserializer>(); }, "filter-type"},
+    {"certificate", [] { return std::make_unique<CertificateDeserializer>(); }, "cert-kind"},
+    {"result", [] { return std::make_unique<ResultDeserializer>(); }, "status"},
 };
 
 class EverySerializer : public MessageTest {};
@@ -208,11 +209,9 @@ TEST_F(EveryDeserializer, ComparesTheTableIdAsText)
 
 TEST_F(EveryDeserializer, ReadsAStructureWithoutATableIdAsOneOfItsOwn)
 {
-    const char* const firstNumbers[] = {"scenario", "phase-id", "filter-type", "cert-kind", "status"};
-    const char* const* number = firstNumbers;
     for (const Kind& kind : DESERIALIZERS) {
         array_ = std::make_unique<CArrayParser>();
-        memory_platform::addTo(*array_, std::string("{\n") + *number++ + " 3 abc\n}\n");
+        memory_platform::addTo(*array_, std::string("{\n") + kind.firstNumber + " 3 abc\n}\n");
         EXPECT_EQ("stoi", textThrownBy<std::invalid_argument>([&] { run(*kind.make()); })) << kind.name;
     }
 }
@@ -228,11 +227,9 @@ TEST_F(EveryDeserializer, IgnoresUnknownMembersAndMatchesNamesExactly)
 // It may have none.
 TEST_F(EveryDeserializer, AsksNoUnknownMemberForItsValue)
 {
-    const char* const firstNumbers[] = {"scenario", "phase-id", "filter-type", "cert-kind", "status"};
-    const char* const* number = firstNumbers;
     for (const Kind& kind : DESERIALIZERS) {
         array_ = std::make_unique<CArrayParser>();
-        memory_platform::addTo(*array_, std::string("{\nunknown [1]\n") + *number++ + " 3 abc\n}\n");
+        memory_platform::addTo(*array_, std::string("{\nunknown [1]\n") + kind.firstNumber + " 3 abc\n}\n");
         EXPECT_EQ("stoi", textThrownBy<std::invalid_argument>([&] { run(*kind.make()); })) << kind.name;
     }
 }
