@@ -34,7 +34,8 @@ public:
     ServerProcess& operator=(const ServerProcess&) = delete;
 
     /// Returns when the process is gone: leaves it `patience` to end by itself, then asks it to (SIGTERM),
-    /// and after PATIENCE makes it (SIGKILL).
+    /// and after PATIENCE makes it (SIGKILL). One that lives ten times PATIENCE after that, or may not be signalled, is
+    /// left.
     void end(std::chrono::milliseconds patience) noexcept;
 
 private:

@@ -13,7 +13,7 @@
 ///     .NAME.old    the previous content of NAME until the new one is accepted
 ///     .changing, .making, .superseded, .removing
 ///                  which files a request changes, while it does
-///     .modules     which kernel modules it loads or unloads, while it does
+///     .modules     which kernel modules it loads or unloads, until that is done
 ///     .strongswan  what that engine needs while it runs, and nobody else
 ///
 /// What a killed server left of these is removed or replaced by the next one.
