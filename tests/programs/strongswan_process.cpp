@@ -173,6 +173,19 @@ TEST_F(StrongswanProcess, TakesEverythingWithItWhenItEnds)
     EXPECT_FALSE(tests::exists(pidFile));
 }
 
+TEST_F(StrongswanProcess, TakesEverythingWithItThoughTheDaemonDoesNotEndByItself)
+{
+    ASSERT_EQ(0, start(settings(connection("a", "a1", "192.0.2.1")))) << reason();
+    const pid_t engine = enginePid();
+    const pid_t daemon = daemonPid();
+    kill(daemon, SIGSTOP);
+    kill(engine, SIGTERM);
+    EXPECT_TRUE(tests::eventually([&] { return !tests::lives(engine); }));
+    EXPECT_FALSE(tests::lives(daemon));
+    EXPECT_EQ(0, policiesInTheKernel());
+    EXPECT_FALSE(tests::exists(work));
+}
+
 TEST_F(StrongswanProcess, StartsOverTheLeftoversOfAKilledOne)
 {
     ASSERT_EQ(0, start(settings(connection("a", "a1", "192.0.2.1")))) << reason();
@@ -249,6 +262,19 @@ TEST_F(StrongswanProcess, LeavesNothingOfAStartThatFails)
         EXPECT_EQ(0, policiesInTheKernel());
         fs::remove(reasonFile);
     }
+}
+
+// The daemon would let the traffic go in clear and say nothing.
+TEST_F(StrongswanProcess, StartsOnlyIfTheKernelTakesItsPolicies)
+{
+    const std::string daemon = folder / "daemon";
+    tests::writeFile(daemon, std::string("#!/bin/sh\nLD_PRELOAD=") + POLICY_REFUSAL_LIBRARY + " exec " +
+                                 tests::CHARON + " \"$@\"\n");
+    fs::permissions(daemon, fs::perms::owner_all);
+    EXPECT_EQ(1, start(settings(connection("a", "a1", "192.0.2.1")), {"--charon", daemon}));
+    EXPECT_EQ("the kernel did not take the policy a1\n", reason());
+    EXPECT_FALSE(ready());
+    EXPECT_FALSE(tests::exists(work));
 }
 
 TEST_F(StrongswanProcess, SaysWhyItDoesNotStart)
