@@ -268,12 +268,24 @@ TEST_F(StandaloneProcess, LeavesThePidFileOfItsSuccessor)
 
 TEST_F(StandaloneProcess, ObeysSignalsThatItsCallerIgnores)
 {
-    std::vector<std::string> words = {"/bin/sh", "-c", "trap '' HUP TERM; exec \"$@\"", "sh"};
+    const std::string shell = "trap '' HUP USR1 USR2 TERM INT QUIT CHLD TSTP TTIN TTOU; exec \"$@\"";
+    std::vector<std::string> words = {"/bin/sh", "-c", shell, "sh"};
     const std::vector<std::string> engine = command({"--foreground"});
     words.insert(words.end(), engine.begin(), engine.end());
     tests::Process process(words, environment());
     ASSERT_TRUE(tests::eventually([this] { return ready(); }));
     fs::remove(readyFile);
+    const auto ignores =
+        [status = tests::readFile("/proc/" + std::to_string(process.pid()) + "/status")](int signal) {
+            const std::string label = "SigIgn:\t";
+            const auto ignored = std::stoull(status.substr(status.find(label) + label.size()), nullptr, 16);
+            return (ignored >> (signal - 1) & 1U) != 0;
+        };
+    for (const int signal : {SIGHUP, SIGUSR1, SIGUSR2, SIGTERM, SIGINT, SIGQUIT, SIGCHLD})
+        EXPECT_FALSE(ignores(signal)) << signal;
+    // A terminal does not stop the engine while a server waits for it.
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
+        EXPECT_TRUE(ignores(signal)) << signal;
     process.signal(SIGHUP);
     EXPECT_TRUE(tests::eventually([this] { return ready(); }));
     process.signal(SIGTERM);

@@ -120,15 +120,13 @@ void Engine::reload_()
 void blockSignals()
 {
     const sigset_t obeyed = obeyedSignals();
+    sigprocmask(SIG_SETMASK, &obeyed, nullptr);
+    // Who started the engine may ignore some of them.
     struct sigaction byDefault = {};
     byDefault.sa_handler = SIG_DFL;
-    // An ignored signal would not even wait.
-    for (const int signal : RELOAD_SIGNALS)
-        sigaction(signal, &byDefault, nullptr);
-    for (const int signal : STOP_SIGNALS)
-        sigaction(signal, &byDefault, nullptr);
-    sigaction(SIGCHLD, &byDefault, nullptr);
-    sigprocmask(SIG_SETMASK, &obeyed, nullptr);
+    for (int signal = 1; signal < NSIG; ++signal)
+        if (sigismember(&obeyed, signal) == 1)
+            sigaction(signal, &byDefault, nullptr);
 }
 
 void unblockSignals()
