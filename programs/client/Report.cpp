@@ -165,12 +165,12 @@ constexpr Advice ADVICE[] = {
     {"the engine is not running", "; 'ipseccfgctl start POLICY' starts it"},
 };
 
-std::string adviceFor(const Outcome& outcome, Command command)
+std::string adviceFor(const std::string& detail, Command command)
 {
     if (command == Command::Shutdown)
         return "";
     for (const Advice& advice : ADVICE)
-        if (outcome.status == Status::Failure && outcome.detail == advice.detail)
+        if (detail == advice.detail)
             return advice.text;
     return "";
 }
@@ -194,7 +194,7 @@ void printForPeople(const Outcome& outcome, const Options& options, std::ostream
             << (outcome.status == Status::Failure && options.command != Command::Status
                     ? "refused by the server: "
                     : "")
-            << programs::printable(outcome.detail) << adviceFor(outcome, options.command) << "\n";
+            << programs::printable(outcome.detail) << adviceFor(outcome.detail, options.command) << "\n";
 }
 
 } // namespace
