@@ -24,7 +24,8 @@ endif()
 
 # The program's own system, kill, sleep... stand in for libc's.
 ipseccfg_test(server_host
-    SOURCES server_host.cpp server_carry_out.cpp
+    SOURCES server_host.cpp server_carry_out.cpp server_start.cpp server_modules.cpp server_restart.cpp server_shutdown.cpp
+            server_exchange.cpp
     LIBRARIES ipseccfg_server server_support ${CMAKE_DL_LIBS})
 
 # Loaded into a program before its other libraries.
