@@ -41,7 +41,8 @@ const HeadRow HEADS[] = {
     {"<methodName>&amp;lt;</methodName>", State::complete, "&lt;"},
     {"<methodName>&#65;&#x42;&#13;&#x9;</methodName>", State::complete, "AB\r\t"},
     {"<methodName>&#x7F;&#x80;&#x7FF;</methodName>", State::complete, "\x7F\xC2\x80\xDF\xBF"},
-    {"<methodName>&#x800;&#xFFFD;</methodName>", State::complete, "\xE0\xA0\x80\xEF\xBF\xBD"},
+    {"<methodName>&#x20;&#x800;&#xD7FF;</methodName>", State::complete, " \xE0\xA0\x80\xED\x9F\xBF"},
+    {"<methodName>&#xE000;&#xFFFD;</methodName>", State::complete, "\xEE\x80\x80\xEF\xBF\xBD"},
     {"<methodName>&#x10000;&#x10FFFF;</methodName>", State::complete, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
     {"<methodName>&#8364;&#x20ac;&#x20AC;</methodName>", State::complete,
      "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC"},
@@ -185,6 +186,19 @@ TEST_F(ChannelTest, TakesARequestCharacterByCharacter)
     EXPECT_TRUE(channel->endOfTransmission());
     EXPECT_EQ(HEAD, get(*channel, HEAD.size() + 1));
     EXPECT_EQ(std::char_traits<char>::eof(), channel->sputc('x'));
+}
+
+TEST_F(ChannelTest, HandsOutAnAnswerCharacterByCharacter)
+{
+    serversDo("echo");
+    OpenChannel channel;
+    EXPECT_TRUE(put(*channel, HEAD));
+    EXPECT_TRUE(channel->endOfTransmission());
+    for (const char character : HEAD) {
+        EXPECT_EQ(character, channel->sgetc());
+        EXPECT_EQ(character, channel->sbumpc());
+    }
+    EXPECT_EQ(std::char_traits<char>::eof(), channel->sgetc());
 }
 
 TEST_F(ChannelTest, StartsNoServerBeforeTheCommandIsWhole)
