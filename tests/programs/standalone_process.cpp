@@ -1,6 +1,6 @@
 // The standalone engine as a process.
 
-#include "server_support.h"
+#include "engine_program.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -19,50 +19,13 @@ const std::string SETTINGS = R"({"format": 1, "fips": false, "namespace": "",
   "authentication": "PSK", "authentication-data": "correct horse battery staple", "group": 14, "lifetime": 28800}]}],
 "phase2": [], "rules": [], "certificates": []})";
 
-class StandaloneProcess : public ::testing::Test {
+class StandaloneProcess : public tests::EngineProgram {
 protected:
-    StandaloneProcess() { tests::writeFile(settingFile, SETTINGS); }
-
-    ~StandaloneProcess() override
+    StandaloneProcess()
+        : EngineProgram(STANDALONE)
     {
-        const pid_t pid = enginePid();
-        if (pid > 0 && tests::lives(pid))
-            kill(pid, SIGKILL);
+        tests::writeFile(settingFile, SETTINGS);
     }
-
-    /// Starts the engine; its status when the process that was started has ended.
-    int start(const std::vector<std::string>& more = {})
-    {
-        tests::Process process(command(more), environment());
-        process.readAll();
-        return process.wait();
-    }
-
-    std::vector<std::string> command(const std::vector<std::string>& more = {}) const
-    {
-        std::vector<std::string> words = {STANDALONE,   "--setting-file", settingFile,
-                                          "--pid-file", pidFile,          "--ready-file",
-                                          readyFile,    "--reason-file",  reasonFile};
-        words.insert(words.end(), more.begin(), more.end());
-        return words;
-    }
-
-    std::vector<std::string> environment() const
-    {
-        return {std::string("LD_PRELOAD=") + SYSLOG_CAPTURE_LIBRARY, "SYSLOG_CAPTURE=" + logFile,
-                "ASAN_OPTIONS=verify_asan_link_order=0"};
-    }
-
-    pid_t enginePid() const { return tests::pidIn(pidFile); }
-    bool ready() const { return tests::exists(readyFile); }
-    std::string log() const { return tests::readFile(logFile); }
-
-    tests::TemporaryFolder folder;
-    const std::string settingFile = folder / "engine.conf";
-    const std::string pidFile = folder / "engine.pid";
-    const std::string readyFile = folder / "ready";
-    const std::string reasonFile = folder / "reason";
-    const std::string logFile = folder / "log";
 };
 
 TEST_F(StandaloneProcess, GoesToTheBackgroundWithItsPidFileWrittenAndReady)
@@ -131,7 +94,7 @@ TEST_F(StandaloneProcess, DoesNotGetReadyWithABrokenSettingFileAndSaysWhy)
     EXPECT_FALSE(ready());
     EXPECT_FALSE(tests::exists(pidFile));
     EXPECT_EQ("ipseccfg-standalone(daemon) 3: not started: " + settingFile + ": fips: is missing\n", log());
-    EXPECT_EQ(settingFile + ": fips: is missing\n", tests::readFile(reasonFile));
+    EXPECT_EQ(settingFile + ": fips: is missing\n", reason());
 }
 
 TEST_F(StandaloneProcess, SaysOnStandardErrorWhyItDoesNotStart)
@@ -178,7 +141,7 @@ TEST_F(StandaloneProcess, KeepsItsSettingsWhenNewOnesAreBrokenAndIsReadyWithTheR
     tests::writeFile(settingFile, "{}");
     kill(enginePid(), SIGHUP);
     EXPECT_TRUE(tests::eventually([this] { return ready(); }));
-    EXPECT_EQ(settingFile + ": format: is missing\n", tests::readFile(reasonFile));
+    EXPECT_EQ(settingFile + ": format: is missing\n", reason());
     EXPECT_NE(std::string::npos,
               log().find("3: settings refused, the old ones stay: " + settingFile + ": format: is missing\n"))
         << log();
@@ -214,7 +177,7 @@ TEST_F(StandaloneProcess, TellsTheLogNoKey)
     EXPECT_TRUE(tests::eventually([this] { return tests::exists(reasonFile); }));
     EXPECT_NE("<no file>", log());
     EXPECT_EQ(std::string::npos, log().find("correct horse")) << log();
-    EXPECT_EQ(std::string::npos, tests::readFile(reasonFile).find("correct horse"));
+    EXPECT_EQ(std::string::npos, reason().find("correct horse"));
 }
 
 TEST_F(StandaloneProcess, IsTheOnlyOneOfItsPidFile)
@@ -226,7 +189,7 @@ TEST_F(StandaloneProcess, IsTheOnlyOneOfItsPidFile)
     EXPECT_EQ(first, enginePid());
     EXPECT_TRUE(tests::lives(first));
     EXPECT_FALSE(ready());
-    EXPECT_EQ(pidFile + ": another engine runs\n", tests::readFile(reasonFile));
+    EXPECT_EQ(pidFile + ": another engine runs\n", reason());
 }
 
 TEST_F(StandaloneProcess, TakesOverThePidFileOfAnEngineThatWasKilled)
@@ -243,7 +206,7 @@ TEST_F(StandaloneProcess, WritesItsPidThroughNoLink)
     ASSERT_EQ(0, symlink((folder / "victim").c_str(), pidFile.c_str()));
     EXPECT_EQ(1, start());
     EXPECT_EQ("untouched", tests::readFile(folder / "victim"));
-    EXPECT_EQ(pidFile + ": Too many levels of symbolic links\n", tests::readFile(reasonFile));
+    EXPECT_EQ(pidFile + ": Too many levels of symbolic links\n", reason());
 }
 
 TEST_F(StandaloneProcess, MakesItsReadyFileThroughNoLink)

@@ -2,6 +2,7 @@
 
 #include "Charon.h"
 
+#include "engine_program.h"
 #include "strongswan_support.h"
 
 #include <algorithm>
@@ -69,35 +70,24 @@ int policiesInTheKernel()
     return count;
 }
 
-class StrongswanProcess : public ::testing::Test {
+class StrongswanProcess : public tests::EngineProgram {
 protected:
+    StrongswanProcess()
+        : EngineProgram(STRONGSWAN)
+    {}
+
     void SetUp() override
     {
-        if (const std::string missing = tests::strongswanIsMissing(); !missing.empty())
-            GTEST_SKIP() << missing;
-        if (!tests::leaveNetwork())
-            GTEST_SKIP() << "this host lets no test have a network of its own";
+        if (const std::string why = tests::enterNetworkForStrongswan(); !why.empty())
+            GTEST_SKIP() << why;
         if (policiesInTheKernel() < 0)
             GTEST_SKIP() << "this kernel has no IPsec policies";
-    }
-
-    void TearDown() override
-    {
-        const pid_t pid = enginePid();
-        if (pid > 0 && tests::lives(pid))
-            kill(pid, SIGKILL);
     }
 
     int start(const std::string& content, const std::vector<std::string>& more = {})
     {
         tests::writeFile(settingFile, content);
-        std::vector<std::string> words = {STRONGSWAN,   "--setting-file", settingFile,
-                                          "--pid-file", pidFile,          "--ready-file",
-                                          readyFile,    "--reason-file",  reasonFile};
-        words.insert(words.end(), more.begin(), more.end());
-        tests::Process process(words, environment());
-        process.readAll();
-        return process.wait();
+        return EngineProgram::start(more);
     }
 
     /// Has the engine read these settings, until it is ready again. Whether it took them; if not, it has given a
@@ -112,12 +102,6 @@ protected:
         return !tests::exists(reasonFile);
     }
 
-    std::vector<std::string> environment() const
-    {
-        return {std::string("LD_PRELOAD=") + SYSLOG_CAPTURE_LIBRARY, "SYSLOG_CAPTURE=" + logFile,
-                "ASAN_OPTIONS=verify_asan_link_order=0"};
-    }
-
     std::vector<std::string> connections() const
     {
         vici::Connection engine(work + "/vici", std::chrono::seconds(10));
@@ -128,22 +112,13 @@ protected:
         return names;
     }
 
-    pid_t enginePid() const { return tests::pidIn(pidFile); }
     /// The daemon: the one child of the engine.
     pid_t daemonPid() const
     {
         const std::string pid = std::to_string(enginePid());
         return tests::pidIn("/proc/" + pid + "/task/" + pid + "/children");
     }
-    bool ready() const { return tests::exists(readyFile); }
-    std::string reason() const { return tests::readFile(reasonFile); }
 
-    tests::TemporaryFolder folder;
-    const std::string settingFile = folder / "engine.conf";
-    const std::string pidFile = folder / "engine.pid";
-    const std::string readyFile = folder / "ready";
-    const std::string reasonFile = folder / "reason";
-    const std::string logFile = folder / "log";
     const std::string work = folder / ".strongswan";
 };
 
@@ -157,7 +132,7 @@ TEST_F(StrongswanProcess, StartsTheDaemonInTheBackgroundAndIsReadyWhenAllIsLoade
     EXPECT_THAT(connections(), ::testing::UnorderedElementsAre("a", "b"));
     EXPECT_GE(policiesInTheKernel(), 4);
     EXPECT_EQ(0700U, tests::modeOf(work));
-    EXPECT_EQ("ipseccfg-strongswan(daemon) 6: settings accepted: 2 connections\n", tests::readFile(logFile));
+    EXPECT_EQ("ipseccfg-strongswan(daemon) 6: settings accepted: 2 connections\n", log());
 }
 
 TEST_F(StrongswanProcess, TakesEverythingWithItWhenItEnds)

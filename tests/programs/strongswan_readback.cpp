@@ -154,10 +154,8 @@ class StrongswanReadback : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        if (const std::string missing = tests::strongswanIsMissing(); !missing.empty())
-            GTEST_SKIP() << missing;
-        if (!tests::leaveNetwork())
-            GTEST_SKIP() << "this host lets no test have a network of its own";
+        if (const std::string why = tests::enterNetworkForStrongswan(); !why.empty())
+            GTEST_SKIP() << why;
         tests::makeCertificates(temporary);
         configuration.engine = "strongswan";
         configuration.pidFile = "/run/engine.pid";

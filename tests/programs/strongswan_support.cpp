@@ -15,17 +15,14 @@ namespace tests {
 
 using namespace norvale::tamber::systemdata::ipseccfg;
 
-std::string strongswanIsMissing()
+std::string enterNetworkForStrongswan()
 {
     for (const char* const program : {CHARON, SWANCTL})
         if (access(program, X_OK) != 0)
             return std::string(program) + " is not there";
+    if (unshare(CLONE_NEWNET) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+        return "this host lets no test have a network of its own";
     return "";
-}
-
-bool leaveNetwork()
-{
-    return unshare(CLONE_NEWNET) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0;
 }
 
 configserver::Request requestOf(const RequestParts& parts)

@@ -16,12 +16,9 @@ namespace tests {
 constexpr const char* CHARON = "/usr/sbin/charon-systemd";
 constexpr const char* SWANCTL = "/usr/sbin/swanctl";
 
-/// Why strongSwan cannot be run here; empty if it can.
-std::string strongswanIsMissing();
-
-/// Gives this process a network namespace of its own, in which a daemon disturbs nobody. Whether that was
-/// possible.
-bool leaveNetwork();
+/// Gives this process a network of its own, in which a daemon disturbs nobody.
+/// @return why strongSwan cannot be run there; empty if it can
+std::string enterNetworkForStrongswan();
 
 /// A request of these parts as the server receives it, checked.
 norvale::tamber::systemdata::ipseccfg::configserver::Request requestOf(const RequestParts& parts);
