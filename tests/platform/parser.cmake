@@ -28,3 +28,15 @@ else()
     set_tests_properties(platform_parser.Interoperation.WithPythonsXmlRpc PROPERTIES
         SKIP_REGULAR_EXPRESSION "skipped: there is no Python 3")
 endif()
+
+foreach(peer IN ITEMS "PerlsRpcXml perl rpc_xml.pl" "RubysXmlrpc ruby xmlrpc.rb" "PhpsXmlrpc php xmlrpc.php")
+    separate_arguments(words UNIX_COMMAND "${peer}")
+    list(GET words 0 name)
+    list(GET words 1 interpreter)
+    list(GET words 2 program)
+    set(name platform_parser.Interoperation.With${name})
+    add_test(NAME ${name}
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/peers/exchange.sh $<TARGET_FILE:parser_echo>
+                ${interpreter} ${CMAKE_CURRENT_SOURCE_DIR}/peers/${program})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 60 SKIP_RETURN_CODE 77)
+endforeach()
