@@ -4,6 +4,7 @@
 
 #include "EngineStatus.h"
 #include "StatusView.h"
+#include "vici_text.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -13,36 +14,10 @@ namespace {
 
 using namespace norvale::tamber::systemdata::ipseccfg;
 using namespace norvale::tamber::systemdata::ipseccfg::client;
+using tests::vici_text::list;
+using tests::vici_text::section;
+using tests::vici_text::value;
 using vici::Element;
-
-// The notation of the messages is their encoding with the marks by name.
-std::string name(const std::string& text)
-{
-    return static_cast<char>(text.size()) + text;
-}
-
-std::string bytes(const std::string& text)
-{
-    return std::string(1, '\0') + static_cast<char>(text.size()) + text;
-}
-
-std::string value(const std::string& key, const std::string& text)
-{
-    return "\3" + name(key) + bytes(text);
-}
-
-std::string list(const std::string& key, const std::vector<std::string>& items)
-{
-    std::string text = "\4" + name(key);
-    for (const std::string& item : items)
-        text += "\5" + bytes(item);
-    return text + "\6";
-}
-
-std::string section(const std::string& key, const std::string& content)
-{
-    return "\1" + name(key) + content + "\2";
-}
 
 std::string child(const std::string& key, const std::string& priority)
 {
@@ -259,20 +234,6 @@ TEST_F(ClientStatus, IsThatOfAnEngineThatCanBeAsked)
         configuration.engine = engine;
         EXPECT_FALSE(engineStatus(configuration)) << engine;
     }
-}
-
-TEST(ViciMessage, RefusesWhatIsMalformed)
-{
-    const std::string good = section("a", value("k", "v") + list("l", {"x", "y"}));
-    EXPECT_EQ(good, Element::decode(good).encoded());
-    for (std::size_t length = 1; length < good.size(); ++length)
-        EXPECT_THROW(Element::decode(good.substr(0, length)), std::runtime_error) << length;
-    for (const std::string text : {"\2", "\5", "\6", "\7", "\4\1l\3"})
-        EXPECT_THROW(Element::decode(text), std::runtime_error);
-    std::string deep;
-    for (int i = 0; i < 100000; ++i)
-        deep += "\1" + name("d");
-    EXPECT_THROW(Element::decode(deep), std::runtime_error);
 }
 
 } // namespace

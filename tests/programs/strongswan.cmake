@@ -23,3 +23,7 @@ ipseccfg_test(strongswan_process
     DEFINITIONS STRONGSWAN="$<TARGET_FILE:strongswan>" SYSLOG_CAPTURE_LIBRARY="$<TARGET_FILE:syslog_capture>"
                 POLICY_REFUSAL_LIBRARY="$<TARGET_FILE:policy_refusal>")
 add_dependencies(strongswan_process strongswan syslog_capture policy_refusal)
+
+ipseccfg_test(vici
+    SOURCES vici_connection.cpp
+    LIBRARIES ipseccfg_vici server_support)
